@@ -1,0 +1,54 @@
+#!/usr/bin/env bash
+# Set-up, build and run for a fresh Debian machine.
+#   ./dev.sh run    install what is missing, build, and run the main job
+#   ./dev.sh test   install what is missing, build, and run every test
+# BUILD_DIR (default: build) chooses the build directory; JOBS the parallel jobs.
+set -euo pipefail
+
+here=$(cd "$(dirname "$0")" && pwd)
+build=${BUILD_DIR:-$here/build}
+jobs=${JOBS:-$(nproc 2>/dev/null || echo 2)}
+
+packages=(cmake ninja-build g++ make pkg-config qtbase5-dev qtbase5-dev-tools libqt5xml5
+          fonts-dejavu-core libbenchmark-dev clang libclang-rt-14-dev)
+
+install_missing() {
+    local missing=()
+    for p in "${packages[@]}"; do
+        dpkg-query -W -f='${Status}' "$p" 2>/dev/null | grep -q "install ok installed" || missing+=("$p")
+    done
+    [ ${#missing[@]} -eq 0 ] && return 0
+    if [ "$(id -u)" -ne 0 ]; then
+        echo "missing packages: ${missing[*]} (run as root, or install them with apt-get)" >&2
+        exit 1
+    fi
+    echo "installing: ${missing[*]}"
+    export DEBIAN_FRONTEND=noninteractive
+    apt-get update -qq
+    apt-get install -y -qq --no-install-recommends "${missing[@]}"
+}
+
+configure_and_build() {
+    cmake -S "$here" -B "$build" -G Ninja -DCMAKE_BUILD_TYPE=RelWithDebInfo "$@"
+    cmake --build "$build" -j "$jobs"
+}
+
+cmd=${1:-}
+shift || true
+case "$cmd" in
+    run)
+        install_missing
+        configure_and_build
+        "$here/examples/run-main-job.sh" "$build" "$@"
+        ;;
+    test)
+        install_missing
+        configure_and_build
+        export QT_QPA_PLATFORM=offscreen
+        (cd "$build" && ctest --output-on-failure -j "$jobs")
+        ;;
+    *)
+        echo "usage: $0 run|test" >&2
+        exit 2
+        ;;
+esac

@@ -1,0 +1,76 @@
+// Loads a page file, prints its properties, layers and item counts by kind, and saves it back
+// to the given output path (or a temporary file), as a host plug-in would.
+#include <tirrel.h>
+
+#include <QCoreApplication>
+#include <QFile>
+#include <QTemporaryDir>
+#include <QTextStream>
+
+int main(int argc, char **argv)
+{
+    QCoreApplication app(argc, argv);
+    QTextStream out(stdout);
+    QTextStream err(stderr);
+    const QStringList args = app.arguments();
+    if (args.size() < 2 || args.size() > 3) {
+        err << "usage: page-info PAGEFILE [OUTFILE]\n";
+        return 2;
+    }
+    QFile file(args.at(1));
+    if (!file.open(QIODevice::ReadOnly)) {
+        err << "cannot read " << args.at(1) << ": " << file.errorString() << "\n";
+        return 1;
+    }
+    ScaFileData *page = ScaFileProcessor::loadFileData(file.readAll(), args.at(1));
+    if (!page) {
+        err << args.at(1) << " is not a well-formed page file\n";
+        return 1;
+    }
+
+    const ScaFileData::PageProperties &p = page->pageProperties;
+    out << "page:       " << p.pageName << " (id " << p.pageID << ", type " << p.pageType << ")\n"
+        << "size:       " << p.pageGeometry.width() << " x " << p.pageGeometry.height()
+        << (p.customPageSize ? " (custom)" : "") << "\n"
+        << "background: " << (p.pageBgImage.isEmpty() ? QStringLiteral("-") : p.pageBgImage) << "\n"
+        << "scrolling:  " << (p.addScrollingText ? "on" : "off") << ", "
+        << p.scrollTags.size() << " scroll tags\n";
+    out << "layers:     " << page->layers.size() << "\n";
+    for (const LayerInfo &layer : page->layers)
+        out << "  " << layer.id << "  " << layer.name << (layer.visible ? "" : " (hidden)") << "\n";
+
+    const struct { const char *kind; int count; } counts[] = {
+        {"ScadaObject", int(page->scadaObjects.size())},
+        {"TextItem", int(page->textItems.size())},
+        {"ScheduleItem", int(page->scheduleItems.size())},
+        {"RTChartItem", int(page->rtChartItems.size())},
+        {"DbqTextItem", int(page->dbqTextItems.size())},
+        {"TableItem", int(page->tableItems.size())},
+        {"ImageItem", int(page->imageItems.size())},
+        {"GaugeItem", int(page->gaugeItems.size())},
+        {"WebFrameItem", int(page->webFrameItems.size())},
+    };
+    out << "items:\n";
+    for (const auto &c : counts)
+        out << "  " << qSetFieldWidth(14) << left << c.kind << qSetFieldWidth(0) << c.count << "\n";
+
+    QTemporaryDir tmp;
+    const QString target = args.size() == 3 ? args.at(2) : tmp.filePath(QStringLiteral("saved.xml"));
+    const bool saved = ScaFileProcessor::saveFileData(page, target);
+    out << "saved to:   " << (args.size() == 3 ? target : QStringLiteral("a temporary file"))
+        << (saved ? "" : " FAILED") << "\n";
+    out.flush();
+
+    // The page holds its item records by pointer; the holder deletes them.
+    page->erase();
+    qDeleteAll(page->textItems);
+    qDeleteAll(page->scheduleItems);
+    qDeleteAll(page->rtChartItems);
+    qDeleteAll(page->dbqTextItems);
+    qDeleteAll(page->tableItems);
+    qDeleteAll(page->imageItems);
+    qDeleteAll(page->gaugeItems);
+    qDeleteAll(page->webFrameItems);
+    delete page;
+    return saved ? 0 : 1;
+}
