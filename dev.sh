@@ -46,6 +46,14 @@ case "$cmd" in
         configure_and_build
         export QT_QPA_PLATFORM=offscreen
         (cd "$build" && ctest --output-on-failure -j "$jobs")
+        # The same suite again under AddressSanitizer, UndefinedBehaviorSanitizer and
+        # LeakSanitizer; any report fails the run.
+        build="${BUILD_DIR:-$here/build}-sanitize" configure_and_build -DTIRREL_SANITIZE=ON \
+            -DTIRREL_BUILD_EXAMPLES=OFF
+        export ASAN_OPTIONS=detect_leaks=1:halt_on_error=1:fast_unwind_on_malloc=0
+        export UBSAN_OPTIONS=print_stacktrace=1:halt_on_error=1
+        export LSAN_OPTIONS=suppressions=$here/tests/lsan.supp:print_suppressions=0
+        (cd "${BUILD_DIR:-$here/build}-sanitize" && ctest --output-on-failure -j "$jobs")
         ;;
     *)
         echo "usage: $0 run|test" >&2
