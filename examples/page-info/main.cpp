@@ -52,7 +52,7 @@ int main(int argc, char **argv)
     };
     out << "items:\n";
     for (const auto &c : counts)
-        out << "  " << qSetFieldWidth(14) << left << c.kind << qSetFieldWidth(0) << c.count << "\n";
+        out << "  " << qSetFieldWidth(14) << Qt::left << c.kind << qSetFieldWidth(0) << c.count << "\n";
 
     QTemporaryDir tmp;
     const QString target = args.size() == 3 ? args.at(2) : tmp.filePath(QStringLiteral("saved.xml"));

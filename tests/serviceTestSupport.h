@@ -1,0 +1,196 @@
+#pragma once
+
+// Helpers shared by the tests of the program-wide services and the object library: closing
+// modal message boxes while a call runs, and running a scenario in a process of its own (the
+// singletons live once per process).
+
+#include <QApplication>
+#include <QDir>
+#include <QFile>
+#include <QMessageBox>
+#include <QProcess>
+#include <QPushButton>
+#include <QRegularExpression>
+#include <QTimer>
+#include <QtTest>
+
+// A message box as it was when it was closed.
+struct SeenBox
+{
+    QString title;
+    QString text;
+    QString informativeText;
+    QMessageBox::Icon icon = QMessageBox::NoIcon;
+    QMessageBox::StandardButtons buttons;
+    QWidget *parent = nullptr;
+    bool modal = false;
+    int visibleBoxes = 0;   // message boxes visible at that moment, this one included
+};
+
+// Records and closes (with OK) every message box shown while it lives.
+class BoxCloser : public QObject
+{
+public:
+    BoxCloser()
+    {
+        connect(&m_timer, &QTimer::timeout, this, &BoxCloser::closeVisibleBoxes);
+        m_timer.start(0);
+    }
+
+    QList<SeenBox> boxes;
+
+private:
+    void closeVisibleBoxes()
+    {
+        QList<QMessageBox *> visible;
+        const auto widgets = QApplication::topLevelWidgets();
+        for (QWidget *widget : widgets) {
+            if (auto *box = qobject_cast<QMessageBox *>(widget); box && box->isVisible())
+                visible << box;
+        }
+        for (QMessageBox *box : qAsConst(visible)) {
+            SeenBox seen;
+            seen.title = box->windowTitle();
+            seen.text = box->text();
+            seen.informativeText = box->informativeText();
+            seen.icon = box->icon();
+            seen.buttons = box->standardButtons();
+            seen.parent = box->parentWidget();
+            seen.modal = box->isModal();
+            seen.visibleBoxes = visible.size();
+            boxes << seen;
+            if (QAbstractButton *ok = box->button(QMessageBox::Ok))
+                ok->click();
+            else
+                box->reject();
+        }
+    }
+
+    QTimer m_timer;
+};
+
+// Message boxes still alive as top-level widgets (a box that was not deleted shows up here).
+inline int messageBoxesAlive()
+{
+    int count = 0;
+    const auto widgets = QApplication::topLevelWidgets();
+    for (QWidget *widget : widgets)
+        count += qobject_cast<QMessageBox *>(widget) ? 1 : 0;
+    return count;
+}
+
+// Records every message sent to Qt's message output while it lives.
+class MessageRecorder
+{
+public:
+    MessageRecorder()
+    {
+        s_messages.clear();
+        m_previous = qInstallMessageHandler(&MessageRecorder::record);
+    }
+    ~MessageRecorder() { qInstallMessageHandler(m_previous); }
+
+    static QStringList messages() { return s_messages; }
+
+private:
+    static void record(QtMsgType, const QMessageLogContext &, const QString &message)
+    {
+        s_messages << message;
+    }
+
+    static inline QStringList s_messages;
+    QtMessageHandler m_previous;
+};
+
+inline QByteArray readAll(const QString &path)
+{
+    QFile file(path);
+    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
+}
+
+inline bool writeFile(const QString &path, const QByteArray &content)
+{
+    QFile file(path);
+    return file.open(QIODevice::WriteOnly | QIODevice::Truncate)
+            && file.write(content) == content.size();
+}
+
+inline bool copyFixture(const QString &fixture, const QString &destination)
+{
+    const QString source = QStringLiteral(TIRREL_TEST_DATA "/") + fixture;
+    QFile::remove(destination);
+    return QFile::copy(source, destination)
+            && QFile::setPermissions(destination, QFileDevice::ReadOwner | QFileDevice::WriteOwner);
+}
+
+struct ScenarioRun
+{
+    int exitCode = -1;
+    QString output;
+};
+
+// Runs the scenario slot `scenario` of this test program in a process of its own, with the home
+// directory root/home and the working directory root/work (both created here). `argument` is
+// handed to the scenario through TIRREL_SCENARIO_ARG. With ownProgramFolder, the program is
+// copied to root/bin and run from there, so that whatever it looks for beside its own folder is
+// in root.
+inline ScenarioRun runScenario(const QString &scenario, const QString &root,
+                               bool ownProgramFolder = false, const QString &argument = QString())
+{
+    ScenarioRun run;
+    QDir().mkpath(root + QLatin1String("/home"));
+    QDir().mkpath(root + QLatin1String("/work"));
+    QString program = QCoreApplication::applicationFilePath();
+    if (ownProgramFolder) {
+        const QString copy = root + QLatin1String("/bin/") + QFileInfo(program).fileName();
+        if (!QFile::exists(copy)) {
+            QDir().mkpath(root + QLatin1String("/bin"));
+            if (!QFile::copy(program, copy)) {
+                run.output = QStringLiteral("cannot copy the test program to ") + copy;
+                return run;
+            }
+        }
+        program = copy;
+    }
+
+    QProcess process;
+    QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
+    environment.insert(QStringLiteral("HOME"), root + QLatin1String("/home"));
+    environment.insert(QStringLiteral("TIRREL_SCENARIO_ARG"), argument);
+    process.setProcessEnvironment(environment);
+    process.setWorkingDirectory(root + QLatin1String("/work"));
+    process.setProcessChannelMode(QProcess::MergedChannels);
+    process.start(program, {QStringLiteral("--scenario"), scenario});
+    // A generous guard against a scenario stuck in a modal box; not a measurement.
+    if (!process.waitForFinished(240000)) {
+        process.kill();
+        process.waitForFinished();
+        run.output = QStringLiteral("scenario did not finish\n");
+    }
+    run.output += QString::fromLocal8Bit(process.readAll());
+    if (process.exitStatus() == QProcess::NormalExit)
+        run.exitCode = process.exitCode();
+    return run;
+}
+
+inline QString scenarioArgument()
+{
+    return qEnvironmentVariable("TIRREL_SCENARIO_ARG");
+}
+
+// main() of a test program whose scenarios run in processes of their own: "--scenario <name>"
+// runs the slot <name> of ScenarioClass, anything else runs TestClass as usual.
+#define TIRREL_SCENARIO_MAIN(TestClass, ScenarioClass)                                         \
+    int main(int argc, char *argv[])                                                           \
+    {                                                                                          \
+        QApplication app(argc, argv);                                                          \
+        app.setAttribute(Qt::AA_Use96Dpi, true);                                               \
+        const QStringList arguments = app.arguments();                                         \
+        if (arguments.size() == 3 && arguments.at(1) == QLatin1String("--scenario")) {         \
+            ScenarioClass scenarios;                                                           \
+            return QTest::qExec(&scenarios, QStringList{arguments.at(0), arguments.at(2)});    \
+        }                                                                                      \
+        TestClass tc;                                                                          \
+        QTEST_SET_MAIN_SOURCE_PATH                                                             \
+        return QTest::qExec(&tc, argc, argv);                                                  \
+    }
