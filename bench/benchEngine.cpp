@@ -1,0 +1,175 @@
+// The object library: creating the engine (reading a standard library of N objects and a user
+// library of N/10 objects, identifiers 0 .. 1.1 N - 1 all in use) and adding one user object to
+// it (a fresh identifier, two images copied, the user library file rewritten, the confirmation
+// box shown and closed at once).
+
+#include "benchEngine.h"
+
+#include "benchCommon.h"
+
+#include <scadaEngine.h>
+
+#include <QApplication>
+#include <QDir>
+#include <QFileInfo>
+#include <QHash>
+#include <QFile>
+#include <QProcess>
+#include <QTemporaryDir>
+#include <QTextStream>
+#include <QTimer>
+#include <QWidget>
+
+#include <cstdio>
+#include <memory>
+
+namespace Bench {
+
+const char kEngineProbeArgument[] = "--engine-probe";
+
+namespace {
+
+bool writeFile(const QString &path, const QByteArray &bytes)
+{
+    QDir().mkpath(QFileInfo(path).absolutePath());
+    QFile file(path);
+    return file.open(QIODevice::WriteOnly) && file.write(bytes) == bytes.size();
+}
+
+// Closes the confirmation box as soon as it is up.
+void closeModalBoxSoon()
+{
+    auto *timer = new QTimer;
+    timer->setInterval(0);
+    QObject::connect(timer, &QTimer::timeout, timer, [timer] {
+        if (QWidget *box = QApplication::activeModalWidget()) {
+            box->close();
+            timer->stop();
+            timer->deleteLater();
+        }
+    });
+    timer->start();
+}
+
+// The folders of one size: <dir>/bin/<copy of this program>, <dir>/scdLib/objlib.xml,
+// <dir>/home/Parvane/userlib.xml (rewritten before every run, as adding changes it).
+struct EngineSetup
+{
+    QString dir;
+    QString program;
+    QByteArray userLibrary;
+    int objects = 0;
+    bool ok = false;
+};
+
+const EngineSetup &engineSetup(int objects)
+{
+    static QHash<int, std::shared_ptr<EngineSetup>> cache;
+    std::shared_ptr<EngineSetup> &s = cache[objects];
+    if (s)
+        return *s;
+    s = std::make_shared<EngineSetup>();
+    s->objects = objects;
+    // Under the temporary folder rather than the scratch folder, which may not allow running
+    // programs from it.
+    static QTemporaryDir root(QDir::tempPath() + QStringLiteral("/tirrel-bench-engine-XXXXXX"));
+    s->dir = root.filePath(QStringLiteral("engine-%1").arg(objects));
+    s->program = s->dir + QStringLiteral("/bin/tirrel_bench");
+    QDir().mkpath(s->dir + QStringLiteral("/bin"));
+    QDir().mkpath(s->dir + QStringLiteral("/work"));
+    s->userLibrary = TirrelGen::objectLibrary(objects / 10, 7, objects, true).bytes;
+    s->ok = QFile::copy(QCoreApplication::applicationFilePath(), s->program)
+            && writeFile(s->dir + QStringLiteral("/scdLib/objlib.xml"),
+                         TirrelGen::objectLibrary(objects, 5, 0, false).bytes)
+            && writeFile(s->dir + QStringLiteral("/images/valve_open.png"), QByteArray(2048, 'v'))
+            && writeFile(s->dir + QStringLiteral("/images/valve_closed.png"), QByteArray(2048, 'c'));
+    return *s;
+}
+
+struct ProbeResult
+{
+    double construct = -1;
+    double add = -1;
+    int catalogue = -1;
+    int uid = -1;
+};
+
+ProbeResult runProbe(const EngineSetup &s, int adds)
+{
+    ProbeResult result;
+    QDir(s.dir + QStringLiteral("/home")).removeRecursively();
+    if (!writeFile(s.dir + QStringLiteral("/home/Parvane/userlib.xml"), s.userLibrary))
+        return result;
+    QProcess child;
+    QProcessEnvironment env = QProcessEnvironment::systemEnvironment();
+    env.insert(QStringLiteral("HOME"), s.dir + QStringLiteral("/home"));
+    env.insert(QStringLiteral("QT_QPA_PLATFORM"), QStringLiteral("offscreen"));
+    child.setProcessEnvironment(env);
+    child.setWorkingDirectory(s.dir + QStringLiteral("/work"));
+    child.setProcessChannelMode(QProcess::ForwardedErrorChannel);
+    child.start(s.program, {QLatin1String(kEngineProbeArgument), QString::number(adds),
+                            s.dir + QStringLiteral("/images")});
+    if (!child.waitForFinished(600000) || child.exitCode() != 0)
+        return result;
+    QTextStream in(child.readAllStandardOutput());
+    in >> result.construct >> result.add >> result.catalogue >> result.uid;
+    return result;
+}
+
+void engineBenchmark(benchmark::State &state, bool add)
+{
+    const int objects = int(state.range(0));
+    const EngineSetup &s = engineSetup(objects);
+    if (!s.ok) {
+        state.SkipWithError("could not set up the object library folders");
+        return;
+    }
+    const int inUse = objects + objects / 10;
+    for (auto _ : state) {
+        const ProbeResult r = runProbe(s, add ? 1 : 0);
+        // Every object read, and the new one given the smallest free identifier.
+        if (r.catalogue != inUse + (add ? 1 : 0) || (add && r.uid != inUse)) {
+            state.SkipWithError("the engine did not read or add the objects as expected");
+            return;
+        }
+        state.SetIterationTime(add ? r.add : r.construct);
+    }
+    state.SetItemsProcessed(state.iterations() * objects);
+}
+
+void libraryLoad(benchmark::State &state) { engineBenchmark(state, false); }
+void libraryAddObject(benchmark::State &state) { engineBenchmark(state, true); }
+
+} // namespace
+
+// argv: kEngineProbeArgument, adds, image folder. Prints the seconds of creating the engine,
+// the seconds of all adds, the catalogue's size and the last identifier issued.
+int engineProbe(int argc, char **argv)
+{
+    if (argc < 4)
+        return 2;
+    const int adds = QByteArray(argv[2]).toInt();
+    const QString images = QString::fromLocal8Bit(argv[3]);
+    ScadaEngine *engine = nullptr;
+    const double construct = timed([&] { engine = ScadaEngine::instance(); });
+    double add = 0;
+    int uid = -1;
+    for (int i = 0; i < adds; ++i) {
+        auto *object = new ScadaLibObject;
+        object->name = QStringLiteral("Bench valve %1").arg(i);
+        object->objectCategory = QStringLiteral("Valves");
+        object->images << images + QStringLiteral("/valve_open.png")
+                       << images + QStringLiteral("/valve_closed.png");
+        object->isUserObject = true;
+        closeModalBoxSoon();
+        add += timed([&] { engine->addUserObject(object); });
+        uid = object->objectUID;
+    }
+    std::printf("%.9f %.9f %d %d\n", construct, add, int(engine->getLibObjects()->size()), uid);
+    return 0;
+}
+
+} // namespace Bench
+
+BENCHMARK(Bench::libraryLoad)->Name("library_load") TIRREL_BENCH_SIZES->UseManualTime()->Iterations(3)->Unit(benchmark::kMillisecond);
+BENCHMARK(Bench::libraryAddObject)->Name("library_add_object") TIRREL_BENCH_SIZES->UseManualTime()->Iterations(3)->Unit(benchmark::kMillisecond);

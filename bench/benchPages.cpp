@@ -1,0 +1,50 @@
+#include "benchPages.h"
+
+#include "benchCommon.h"
+
+#include <scaFileProcessor.h>
+
+#include <QHash>
+
+namespace Bench {
+
+void deletePage(ScaFileData *page)
+{
+    if (!page)
+        return;
+    page->erase();
+    qDeleteAll(page->textItems);
+    qDeleteAll(page->scheduleItems);
+    qDeleteAll(page->rtChartItems);
+    qDeleteAll(page->dbqTextItems);
+    qDeleteAll(page->tableItems);
+    qDeleteAll(page->gaugeItems);
+    qDeleteAll(page->imageItems);
+    qDeleteAll(page->webFrameItems);
+    delete page;
+}
+
+bool pageHasAllItems(ScaFileData *page, int items)
+{
+    if (!page)
+        return false;
+    const QVector<int> expected = TirrelGen::kindCounts(items);
+    const QVector<int> found = {page->scadaObjects.size(), page->textItems.size(),
+                                page->scheduleItems.size(), page->rtChartItems.size(),
+                                page->dbqTextItems.size(), page->tableItems.size(),
+                                page->imageItems.size(), page->gaugeItems.size(),
+                                page->webFrameItems.size()};
+    deletePage(page);
+    return found == expected;
+}
+
+ScaFileData *loadedPage(int items)
+{
+    static QHash<int, ScaFileData *> pages;
+    ScaFileData *&page = pages[items];
+    if (!page)
+        page = ScaFileProcessor::loadFileData(pageFile(items).bytes, pageSavePath(items));
+    return page;
+}
+
+} // namespace Bench

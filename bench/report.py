@@ -1,0 +1,189 @@
+#!/usr/bin/env python3
+"""Prints the benchmark table from Google Benchmark's JSON output and the memory probes.
+
+    report.py <benchmark json> [<memprobe dom json> <memprobe load json>]
+
+Every figure is a ratio within the one run, so the table holds on a busy machine: loads against
+the DOM floor (QDomDocument::setContent on the same bytes), saves against the writer floor (a
+bare QXmlStreamWriter replaying the same calls with ready-made texts), each pair measured in
+alternation; the cost at the largest size against the middle one (10 times fewer items); the
+peak heap of a page load against the bare DOM parse of the same bytes, each in its own process.
+"""
+
+import json
+import sys
+
+LOAD_TARGET = 1.3      # load / DOM floor
+SAVE_TARGET = 1.5      # save / writer floor
+LINEAR_TARGET = 12.0   # largest size / middle size (10x)
+MEMORY_TARGET = 1.2    # peak heap of the page load / peak heap of the DOM parse
+# What "nothing retained" allows for: heap still held after deleting the page and its records.
+RETAINED_LIMIT = 64 * 1024
+
+# operation name -> (label, unit of its size, floor kind, target on the floor ratio)
+OPERATIONS = {
+    "page_load": ("page load", "items", "DOM", LOAD_TARGET),
+    "page_save": ("page save", "items", "writer", SAVE_TARGET),
+    "page_clone": ("page clone", "items", None, None),
+    "page_erase": ("page erase", "items", None, None),
+    "definition_load": ("definition load", "tags", "DOM", LOAD_TARGET),
+    "definition_save": ("definition save (records)", "tags", "writer", SAVE_TARGET),
+    "definition_model_save": ("definition save (models)", "tags", "writer", SAVE_TARGET),
+    "csv_import": ("CSV import", "lines", None, None),
+    "watcher_reload": ("watcher reload", "tags", None, None),
+    "project_contains_file_name": ("containsFileName", "pages", None, None),
+    "project_get_filedata_with_name": ("getFiledataWithName", "pages", None, None),
+    "project_get_filedata_with_page_id": ("getFiledataWithPageId", "pages", None, None),
+    "project_get_file_name_with_page_id": ("getFileNameWithPageId", "pages", None, None),
+    "project_get_all_blocks": ("getAllBlocks", "pages", None, None),
+    "project_get_block": ("getBlock", "pages", None, None),
+    "project_get_file_name_containing_block": ("getFileNameContainingBlock", "pages", None, None),
+    "project_get_project_components": ("getProjectComponents", "pages", None, None),
+    "project_request_unique_id": ("requestUniqueId", "pages", None, None),
+    "library_load": ("object library load", "objects", None, None),
+    "library_add_object": ("addUserObject (chooseaUID)", "objects", None, None),
+}
+
+UNIT_SECONDS = {"ns": 1e-9, "us": 1e-6, "ms": 1e-3, "s": 1.0}
+
+
+def fmt_time(seconds):
+    if seconds is None:
+        return "-"
+    for unit, scale in (("s", 1.0), ("ms", 1e-3), ("µs", 1e-6)):
+        if seconds >= scale:
+            return f"{seconds / scale:.3g} {unit}"
+    return f"{seconds / 1e-9:.3g} ns"
+
+
+def fmt_rate(value, unit):
+    suffix, scaled = "", value
+    for prefix, scale in (("G", 1e9), ("M", 1e6), ("k", 1e3)):
+        if value >= scale:
+            suffix, scaled = prefix, value / scale
+            break
+    if unit == "B":
+        return f"{scaled:.3g} {suffix}B/s"
+    return f"{scaled:.3g}{' ' + suffix if suffix else ''} {unit}/s"
+
+
+def fmt_size(n):
+    return f"{n:,}"
+
+
+def fmt_bytes(n):
+    return f"{n / 1e6:.1f} MB"
+
+
+def verdict(ok):
+    return "PASS" if ok else "MISS"
+
+
+def load_runs(path):
+    with open(path) as f:
+        data = json.load(f)
+    runs = {}
+    for b in data.get("benchmarks", []):
+        if b.get("run_type") == "aggregate":
+            continue
+        parts = b["name"].split("/")
+        op, size = parts[0], int(parts[1])
+        entry = {"error": b.get("error_message")}
+        if not entry["error"]:
+            entry["time"] = b["real_time"] * UNIT_SECONDS[b["time_unit"]]
+            entry["bytes_per_second"] = b.get("bytes_per_second")
+            entry["items_per_second"] = b.get("items_per_second")
+            entry["floor"] = b.get("floor")
+            entry["identical"] = b.get("identical")
+        runs.setdefault(op, {})[size] = entry
+    return data.get("context", {}), runs
+
+
+def table(header, rows):
+    widths = [max(len(str(x)) for x in col) for col in zip(header, *rows)]
+    line = lambda cells: "| " + " | ".join(str(c).ljust(w) for c, w in zip(cells, widths)) + " |"
+    out = [line(header), "|" + "|".join("-" * (w + 2) for w in widths) + "|"]
+    out += [line(r) for r in rows]
+    return "\n".join(out)
+
+
+def main(argv):
+    context, runs = load_runs(argv[1])
+    results = []   # (description, ok)
+    main_rows = []
+    linear_rows = []
+    for op, (label, unit, floor_kind, target) in OPERATIONS.items():
+        sizes = runs.get(op)
+        if not sizes:
+            continue
+        for size in sorted(sizes):
+            r = sizes[size]
+            if r["error"]:
+                main_rows.append([label, fmt_size(size), "error: " + r["error"], "", "", "", ""])
+                results.append((f"{label} {size}", False))
+                continue
+            if r.get("bytes_per_second"):
+                rate = fmt_rate(r["bytes_per_second"], "B")
+            else:
+                rate = fmt_rate(r.get("items_per_second") or 0, unit)
+            floor = ratio = target_text = ""
+            if floor_kind and r.get("floor"):
+                floor = f"{fmt_time(r['floor'])} ({floor_kind})"
+                q = r["time"] / r["floor"]
+                ratio = f"{q:.2f}"
+                ok = q <= target
+                target_text = f"≤ {target} {verdict(ok)}"
+                results.append((f"{label} {fmt_size(size)}: {q:.2f} of the {floor_kind} floor", ok))
+            if r.get("identical") is not None and r["identical"] < 1:
+                target_text += " (output differs from the generated file)"
+            main_rows.append([label, fmt_size(size), fmt_time(r["time"]), rate, floor, ratio,
+                              target_text])
+        ordered = sorted(s for s in sizes if not sizes[s]["error"])
+        if len(ordered) >= 2:
+            small, large = ordered[-2], ordered[-1]
+            q = sizes[large]["time"] / sizes[small]["time"]
+            limit = LINEAR_TARGET * (large / small) / 10
+            ok = q <= limit
+            linear_rows.append([label, f"{fmt_size(small)} → {fmt_size(large)}",
+                                fmt_time(sizes[small]["time"]), fmt_time(sizes[large]["time"]),
+                                f"{q:.1f}", f"≤ {limit:g} {verdict(ok)}"])
+            results.append((f"{label} linearity {fmt_size(small)} → {fmt_size(large)}: {q:.1f}", ok))
+
+    print(f"Run: {context.get('date', '?')}, {context.get('num_cpus', '?')} CPUs, "
+          f"load average {', '.join(f'{x:.2f}' for x in context.get('load_avg', []))}")
+    print()
+    print(table(["operation", "size", "time", "throughput", "floor", "ratio", "target"], main_rows))
+    print()
+    print(table(["operation", "sizes", "time", "time", "ratio", "target (linear)"], linear_rows))
+
+    if len(argv) >= 4:
+        with open(argv[2]) as f:
+            dom = json.loads(f.read().strip().splitlines()[-1])
+        with open(argv[3]) as f:
+            load = json.loads(f.read().strip().splitlines()[-1])
+        q = load["peak_heap"] / dom["peak_heap"]
+        ok = q <= MEMORY_TARGET
+        kept_ok = load["retained"] <= RETAINED_LIMIT
+        print()
+        print(table(["memory, page of " + fmt_bytes(dom["bytes"]), "peak heap", "peak RSS growth",
+                     "held after", "target"],
+                    [["DOM parse (floor)", fmt_bytes(dom["peak_heap"]),
+                      fmt_bytes(dom["rss_peak_growth"]), fmt_bytes(dom["retained"]), ""],
+                     ["page load", fmt_bytes(load["peak_heap"]), fmt_bytes(load["rss_peak_growth"]),
+                      f"{load['heap_with_page'] / 1e6:.1f} MB with the page, "
+                      f"{load['retained']} bytes after deleting it",
+                      f"peak {q:.2f} ≤ {MEMORY_TARGET} {verdict(ok)}; "
+                      f"retained {verdict(kept_ok)}"]]))
+        results.append((f"peak heap of the page load: {q:.2f} of the DOM parse", ok))
+        results.append((f"heap retained after deleting the page: {load['retained']} bytes", kept_ok))
+
+    missed = [d for d, ok in results if not ok]
+    print()
+    print(f"{len(results) - len(missed)} of {len(results)} targets met.")
+    for d in missed:
+        print(f"  MISS {d}")
+    return 0
+
+
+if __name__ == "__main__":
+    sys.exit(main(sys.argv))

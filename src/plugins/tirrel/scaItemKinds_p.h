@@ -1,0 +1,42 @@
+#pragma once
+
+// The kinds of page items, in one table (scaItemKinds.cpp): each entry ties the "ItemType" text
+// to the kind's reader (ScaFileProcessor::*FromXML), its content writer (declared below), its
+// copy function (declared with its record in scaFileData.h) and the page's list of that kind.
+// The page file reader dispatches through it, the writer emits the kinds in its order, and
+// ScaFileData::clone copies every kind through it.
+//
+// Adding a kind: its record and copy function in scaFileData.h, its reader in
+// scaFileProcessor.h, its content writer here, the three defined in the kind's own source file,
+// and one makeItemKind entry in the table.
+
+#include "scaFileData.h"
+
+#include <QVector>
+
+class QDomElement;
+class QXmlStreamWriter;
+
+struct ItemKind
+{
+    // The "ItemType" text, compared exactly.
+    QString itemType;
+    // Reads one "Item" element into a new record, appends it to the page's list of the kind and
+    // returns its base record.
+    ItemBaseData_t *(*read)(QDomElement *item, ScaFileData *page);
+    // Writes one "Item" element (with its "ItemType") per record of the page's list, in order.
+    void (*write)(QXmlStreamWriter &writer, const ScaFileData &page, const QString &itemType);
+    // Replaces target's list of the kind by deep copies of the records in source's list.
+    void (*copy)(const ScaFileData &source, ScaFileData *target);
+};
+
+// Every kind, in the order the page file writer emits them.
+const QVector<ItemKind> &itemKinds();
+
+// The kind of an "Item" element from its "ItemType" child: a null element (no "ItemType")
+// is a SCADA object; any text not in the table (case counts) gives null.
+const ItemKind *itemKindFor(const QDomElement &itemType);
+
+// Content writers: everything of one "Item" after its "ItemType" element (the envelope or the
+// kind's own geometry form, then the kind's elements). Defined beside the kind's reader.
+void writeScadaObject(QXmlStreamWriter &writer, const ScadaObjectLoadData_t &item);

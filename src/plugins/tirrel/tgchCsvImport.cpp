@@ -1,0 +1,64 @@
+// The CSV tag import of TgchFileProcessor.
+#include "tgchFileProcessor.h"
+
+#include <QFile>
+#include <QTextStream>
+#include <QVector>
+
+namespace {
+
+const QChar kFieldSeparator = QLatin1Char(';');
+const int kFieldCount = 4;
+const qint32 kPollFrequency = 3;
+
+// Type names, tested for containment in this order (so DWORD is a WORD, ULONG a LONG, and a
+// type naming both WORD and FLOAT a WORD).
+struct CsvType
+{
+    QLatin1String name;
+    qint32 code;
+    qint32 alternateCode;
+    qint32 size;
+};
+
+const CsvType csvTypes[] = {
+    {QLatin1String("LOGIC"), 16, 16, 1},
+    {QLatin1String("WORD"), 1, 9, 2},
+    {QLatin1String("FLOAT"), 6, 14, 4},
+    {QLatin1String("LONG"), 3, 11, 4},
+};
+
+} // namespace
+
+FileDataTree *TgchFileProcessor::loadTagsFromCSV(const QString &path, bool alternateTypeCodes)
+{
+    QFile file(path);
+    if (!file.open(QIODevice::ReadOnly))
+        return nullptr;
+    // The system's text encoding, or the one a byte-order mark names. Binary mode: a line that
+    // ends in CR LF keeps the CR in its last field, where the type test does not mind it.
+    QTextStream in(&file);
+    const QString text = in.readAll();
+
+    auto *tree = new FileDataTree;
+    const QVector<QStringRef> lines = text.splitRef(QLatin1Char('\n'));
+    for (const QStringRef &line : lines) {
+        const QVector<QStringRef> fields = line.split(kFieldSeparator);
+        if (fields.size() != kFieldCount)
+            continue;
+        auto *tag = new pEtiketDef_t;
+        const QString type = fields.at(3).toString().remove(QLatin1Char(' '));
+        for (const CsvType &t : csvTypes) {
+            if (type.contains(t.name)) {
+                tag->VariableType = alternateTypeCodes ? t.alternateCode : t.code;
+                tag->VariableSize = t.size;
+                break;
+            }
+        }
+        tag->Name = fields.at(2).toString();
+        tag->VariableAddress = fields.at(1).toString();
+        tag->PollFrequency = kPollFrequency;
+        tree->TagList.append(tag);
+    }
+    return tree;
+}

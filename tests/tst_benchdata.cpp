@@ -1,0 +1,367 @@
+// The benchmark data generator: its files must be what the library reads and writes, so that the
+// benchmarks measure real work. Each generated file (at the smallest benchmark size) loads with
+// every record and item kind present and every value read, saves back to the very same bytes,
+// and the writer tape that the floors replay writes those bytes too.
+
+#include "defsDump.h"
+#include "tirrelGen.h"
+
+#include <projectDataTree.h>
+#include <scaFileProcessor.h>
+#include <scadaEngine.h>
+#include <tgchFileProcessor.h>
+
+#include <QApplication>
+#include <QBuffer>
+#include <QProcess>
+#include <QSet>
+#include <QStandardItemModel>
+#include <QTemporaryDir>
+#include <QXmlStreamWriter>
+#include <QtTest>
+
+#include <algorithm>
+#include <cstdio>
+#include <functional>
+
+namespace {
+
+const char EngineScenario[] = "--engine-scenario";
+
+// Compares two files line by line, so that a failure shows the first line that differs.
+#define COMPARE_LINES(actual, expected)                                                          \
+    do {                                                                                         \
+        const QList<QByteArray> a_ = (actual).split('\n');                                       \
+        const QList<QByteArray> e_ = (expected).split('\n');                                     \
+        for (int i_ = 0; i_ < qMax(a_.size(), e_.size()); ++i_) {                                \
+            const QByteArray line_ = QByteArray::number(i_ + 1) + ": ";                          \
+            QCOMPARE(line_ + a_.value(i_, "(missing)"), line_ + e_.value(i_, "(missing)"));      \
+        }                                                                                        \
+    } while (false)
+
+// Deletes the records of every kind but SCADA objects, which erase() and selfDestruct() delete.
+void deleteOtherItems(ScaFileData *page)
+{
+    qDeleteAll(page->textItems);
+    page->textItems.clear();
+    qDeleteAll(page->scheduleItems);
+    page->scheduleItems.clear();
+    qDeleteAll(page->rtChartItems);
+    page->rtChartItems.clear();
+    qDeleteAll(page->dbqTextItems);
+    page->dbqTextItems.clear();
+    qDeleteAll(page->tableItems);
+    page->tableItems.clear();
+    qDeleteAll(page->gaugeItems);
+    page->gaugeItems.clear();
+    qDeleteAll(page->imageItems);
+    page->imageItems.clear();
+    qDeleteAll(page->webFrameItems);
+    page->webFrameItems.clear();
+}
+
+void deletePage(ScaFileData *page)
+{
+    page->erase();
+    deleteOtherItems(page);
+    delete page;
+}
+
+struct PageDeleter
+{
+    static void cleanup(ScaFileData *page)
+    {
+        if (page)
+            deletePage(page);
+    }
+};
+
+// Deletes every page of the tree with all its records, however the test ends.
+struct ProjectCleanup
+{
+    ProjectDataTree &tree;
+    ~ProjectCleanup()
+    {
+        for (ScaFileData *page : qAsConst(tree.pages))
+            deleteOtherItems(page);
+        tree.selfDestruct();
+    }
+};
+
+QVector<int> kindCountsOf(const ScaFileData *page)
+{
+    return {page->scadaObjects.size(), page->textItems.size(), page->scheduleItems.size(),
+            page->rtChartItems.size(), page->dbqTextItems.size(), page->tableItems.size(),
+            page->imageItems.size(), page->gaugeItems.size(), page->webFrameItems.size()};
+}
+
+void fill(QStandardItemModel *model, const QVector<QStringList> &rows)
+{
+    model->setRowCount(rows.size());
+    model->setColumnCount(rows.isEmpty() ? 0 : rows.first().size());
+    for (int row = 0; row < rows.size(); ++row)
+        for (int column = 0; column < rows.at(row).size(); ++column)
+            model->setItem(row, column, new QStandardItem(rows.at(row).at(column)));
+}
+
+// Runs in a child process with a home folder holding a generated user library: reads it through
+// the engine, checks every object came in, and writes the user objects back over the file.
+int engineScenario()
+{
+    ScadaEngine *engine = ScadaEngine::instance();
+    QList<ScadaLibObject *> user;
+    for (ScadaLibObject *object : *engine->getLibObjects())
+        if (object->isUserObject)
+            user << object;
+    std::printf("%d %d\n", int(engine->getLibObjects()->size()), int(user.size()));
+    return engine->saveUserLibraryFile(user) ? 0 : 1;
+}
+
+} // namespace
+
+class tst_BenchData : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void generatorIsDeterministic_data();
+    void generatorIsDeterministic();
+    void tapeWritesTheSameBytes_data();
+    void tapeWritesTheSameBytes();
+    void pageLoadsEveryKindAndSavesTheSameBytes();
+    void definitionsLoadAndSaveTheSameBytes();
+    void modelExportHoldsTheSameDefinitions();
+    void csvTagListImportsEveryLine();
+    void projectLooksUpEveryPage();
+    void objectLibraryLoadsAndSavesTheSameBytes();
+};
+
+using Generate = std::function<QByteArray(quint32 seed)>;
+Q_DECLARE_METATYPE(Generate)
+Q_DECLARE_METATYPE(TirrelGen::Output)
+
+void tst_BenchData::generatorIsDeterministic_data()
+{
+    QTest::addColumn<Generate>("generate");
+    QTest::newRow("page") << Generate([](quint32 seed) {
+        TirrelGen::PageSpec spec;
+        spec.seed = seed;
+        return TirrelGen::page(spec).bytes;
+    });
+    QTest::newRow("definitions") << Generate([](quint32 seed) {
+        return TirrelGen::definitionFile(TirrelGen::definitionData(1000, seed)).bytes;
+    });
+    QTest::newRow("object library") << Generate([](quint32 seed) {
+        return TirrelGen::objectLibrary(1000, seed).bytes;
+    });
+    QTest::newRow("csv") << Generate([](quint32 seed) { return TirrelGen::csvTagList(1000, seed); });
+    QTest::newRow("project page") << Generate([](quint32 seed) {
+        return TirrelGen::projectPage(3, 24, seed).bytes;
+    });
+}
+
+void tst_BenchData::generatorIsDeterministic()
+{
+    QFETCH(Generate, generate);
+    const QByteArray first = generate(11);
+    QVERIFY(!first.isEmpty());
+    QCOMPARE(generate(11), first);
+    QVERIFY(generate(12) != first);
+}
+
+void tst_BenchData::tapeWritesTheSameBytes_data()
+{
+    QTest::addColumn<int>("indent");
+    QTest::addColumn<TirrelGen::Output>("output");
+    TirrelGen::PageSpec spec;
+    const TirrelGen::DefinitionData data = TirrelGen::definitionData(1000);
+    QTest::newRow("page") << 4 << TirrelGen::page(spec, true);
+    QTest::newRow("definitions") << 4 << TirrelGen::definitionFile(data, true);
+    QTest::newRow("model export") << 1 << TirrelGen::definitionModelFile(data, true);
+    QTest::newRow("object library") << 4 << TirrelGen::objectLibrary(1000, 1, 0, false, true);
+}
+
+void tst_BenchData::tapeWritesTheSameBytes()
+{
+    QFETCH(int, indent);
+    QFETCH(TirrelGen::Output, output);
+    QVERIFY(output.tape.size() > 1000);
+    QByteArray replayed;
+    QBuffer buffer(&replayed);
+    buffer.open(QIODevice::WriteOnly);
+    QXmlStreamWriter w(&buffer);
+    w.setAutoFormatting(true);
+    w.setAutoFormattingIndent(indent);
+    output.tape.replay(w);
+    COMPARE_LINES(replayed, output.bytes);
+}
+
+void tst_BenchData::pageLoadsEveryKindAndSavesTheSameBytes()
+{
+    QTemporaryDir dir;
+    TirrelGen::PageSpec spec;
+    spec.items = 1000;
+    spec.fileName = dir.filePath(QStringLiteral("page.xml"));
+    const TirrelGen::Output file = TirrelGen::page(spec);
+
+    QScopedPointer<ScaFileData, PageDeleter> page(ScaFileProcessor::loadFileData(file.bytes, spec.fileName));
+    QVERIFY(page);
+    const QVector<int> counts = TirrelGen::kindCounts(spec.items);
+    for (int count : counts)
+        QVERIFY(count > 0);
+    QCOMPARE(kindCountsOf(page.data()), counts);
+
+    // Values of every kind were read, not left at their defaults.
+    QSet<int> uids;
+    for (const ScadaObjectLoadData_t *o : page->scadaObjects) {
+        QCOMPARE(o->base->itemKind, 1);
+        uids.insert(o->Uid);
+    }
+    QCOMPARE(uids.size(), counts[TirrelGen::ScadaObject]);
+    QCOMPARE(*std::min_element(uids.begin(), uids.end()), spec.uidBase);
+    QCOMPARE(page->labelTagIds.size(), counts[TirrelGen::ScadaObject]);
+    QVERIFY(!page->pageFunctionLinks.isEmpty());
+    for (const TextItemLoadData_t *t : page->textItems)
+        QVERIFY(!t->ItemText.isEmpty() && t->base->W > 0 && t->TextPixelSize > 0);
+    for (const ScheduleItemLoadData_t *s : page->scheduleItems)
+        QVERIFY(!s->TagIDs.isEmpty());
+    for (const RealTimeChartItemLoadData_t *c : page->rtChartItems)
+        QVERIFY(!c->TagIDs.isEmpty() && c->TagIDs.first().Tag > 0 && !c->ChartTitle.isEmpty());
+    for (const DbQueryTextItemLoadData_t *d : page->dbqTextItems)
+        QVERIFY(d->reportTag > 0 && d->base->itemKind == 5);
+    for (const TableItemLoadData_t *t : page->tableItems) {
+        QVERIFY(t->rows.size() >= 2 && t->columnWidths.size() >= 2);
+        QCOMPARE(t->rows.first().size(), t->columnWidths.size());
+        QCOMPARE(t->rows.first().first().cellText, QStringLiteral("Column 1"));
+    }
+    for (const ImageItemLoadData_t *i : page->imageItems)
+        QVERIFY(i->ImageFile.startsWith(QLatin1String("images/")));
+    for (const GaugeItemLoadData_t *g : page->gaugeItems)
+        QVERIFY(g->TagId > 0 && g->StartAngle == 225 && g->Foreground.isValid());
+    for (const WebFrameItemLoadData_t *w : page->webFrameItems)
+        QVERIFY(w->Weblink.startsWith(QLatin1String("http://hmi.plant.local/")));
+    QCOMPARE(page->layers.size(), spec.layers);
+    QCOMPARE(page->pageProperties.scrollTags.size(), 4);
+    QCOMPARE(page->pageProperties.pageID, spec.pageId);
+
+    QVERIFY(ScaFileProcessor::saveFileData(page.data(), spec.fileName));
+    COMPARE_LINES(defs::readAll(spec.fileName), file.bytes);
+}
+
+void tst_BenchData::definitionsLoadAndSaveTheSameBytes()
+{
+    QTemporaryDir dir;
+    const TirrelGen::DefinitionData data = TirrelGen::definitionData(1000);
+    const QByteArray bytes = TirrelGen::definitionFile(data).bytes;
+    QScopedPointer<FileDataTree> tree(TgchFileProcessor::loadFileData(bytes));
+    QCOMPARE(tree->ChannelList.size(), data.channels.size());
+    QCOMPARE(tree->TagList.size(), 1000);
+    QCOMPARE(tree->AlarmList.size(), 250);
+    QCOMPARE(tree->TagList.last()->Id, 1000);
+    QCOMPARE(tree->AlarmList.last()->Id, 250);
+
+    const QString path = dir.filePath(QStringLiteral("definitions.xml"));
+    QVERIFY(TgchFileProcessor::writeToFile(tree.data(), path));
+    COMPARE_LINES(defs::readAll(path), bytes);
+}
+
+void tst_BenchData::modelExportHoldsTheSameDefinitions()
+{
+    QTemporaryDir dir;
+    const TirrelGen::DefinitionData data = TirrelGen::definitionData(1000);
+    QStandardItemModel channels;
+    QStandardItemModel tags;
+    fill(&channels, TirrelGen::channelModelRows(data));
+    fill(&tags, TirrelGen::tagModelRows(data));
+    QCOMPARE(channels.columnCount(), 22);
+    QCOMPARE(tags.columnCount(), 31);
+
+    const QString path = dir.filePath(QStringLiteral("exported.xml"));
+    QVERIFY(TgchFileProcessor::writeToFile(&channels, &tags, path));
+    QScopedPointer<FileDataTree> exported(TgchFileProcessor::loadFileData(path));
+    QScopedPointer<FileDataTree> records(
+            TgchFileProcessor::loadFileData(TirrelGen::definitionFile(data).bytes));
+    QVERIFY(exported && records);
+    QCOMPARE(exported->TagList.size(), 1000);
+    QVERIFY(exported->AlarmList.isEmpty());
+    COMPARE_DUMPS(defs::dumpList("Channel", exported->ChannelList),
+                  defs::dumpList("Channel", records->ChannelList));
+    COMPARE_DUMPS(defs::dumpList("Tag", exported->TagList), defs::dumpList("Tag", records->TagList));
+}
+
+void tst_BenchData::csvTagListImportsEveryLine()
+{
+    QTemporaryDir dir;
+    const QString path = dir.filePath(QStringLiteral("tags.csv"));
+    const QByteArray bytes = TirrelGen::csvTagList(1000);
+    QVERIFY(defs::writeAll(path, bytes));
+    QScopedPointer<FileDataTree> tree(TgchFileProcessor::loadTagsFromCSV(path, false));
+    QVERIFY(tree);
+    QCOMPARE(tree->TagList.size(), 1000);
+    const QList<QByteArray> lines = bytes.split('\n');
+    QSet<int> types;
+    for (int i = 0; i < 1000; ++i) {
+        const QList<QByteArray> fields = lines.at(i).split(';');
+        QCOMPARE(tree->TagList.at(i)->VariableAddress, QString::fromUtf8(fields.at(1)));
+        QCOMPARE(tree->TagList.at(i)->Name, QString::fromUtf8(fields.at(2)));
+        types.insert(tree->TagList.at(i)->VariableType);
+    }
+    // Every type name of the table and the fallback occur.
+    QCOMPARE(types, (QSet<int>{16, 1, 6, 3, 2}));
+}
+
+void tst_BenchData::projectLooksUpEveryPage()
+{
+    ProjectDataTree tree;
+    ProjectCleanup cleanup{tree};
+    const QVector<TirrelGen::ProjectPage> pages = TirrelGen::project(100);
+    for (const TirrelGen::ProjectPage &p : pages) {
+        ScaFileData *page = ScaFileProcessor::loadFileData(p.bytes, p.fileName);
+        QVERIFY(page);
+        tree.pages.insert(p.fileName, page);
+    }
+    const int perPage = TirrelGen::kindCounts(24).at(TirrelGen::ScadaObject);
+    const QList<ScadaObjectLoadData_t *> all = tree.getAllBlocks();
+    QCOMPARE(all.size(), 100 * perPage);
+    QSet<int> uids;
+    for (const ScadaObjectLoadData_t *o : all)
+        uids.insert(o->Uid);
+    QCOMPARE(uids.size(), all.size());
+    // The last object of page 37 (index 36) is found there, by uid and by page id.
+    const int uid = 1 + 36 * 24 + perPage - 1;
+    QVERIFY(tree.getBlock(uid));
+    QCOMPARE(tree.getFileNameContainingBlock(uid), QStringLiteral("pages/page00037.xml"));
+    QCOMPARE(tree.getFileNameWithPageId(37), QStringLiteral("pages/page00037.xml"));
+    QVERIFY(tree.getProjectComponents().size() > 1);
+}
+
+void tst_BenchData::objectLibraryLoadsAndSavesTheSameBytes()
+{
+    QTemporaryDir home;
+    const QByteArray bytes = TirrelGen::objectLibrary(1000, 3, 0, true).bytes;
+    const QString file = home.filePath(QStringLiteral("Parvane/userlib.xml"));
+    QVERIFY(QDir().mkpath(home.filePath(QStringLiteral("Parvane"))));
+    QVERIFY(defs::writeAll(file, bytes));
+
+    QProcess child;
+    QProcessEnvironment env = QProcessEnvironment::systemEnvironment();
+    env.insert(QStringLiteral("HOME"), home.path());
+    child.setProcessEnvironment(env);
+    child.setWorkingDirectory(home.path());
+    child.start(QCoreApplication::applicationFilePath(), {QLatin1String(EngineScenario)});
+    QVERIFY(child.waitForFinished(60000));
+    QCOMPARE(child.exitCode(), 0);
+    QCOMPARE(child.readAllStandardOutput().trimmed(), QByteArray("1000 1000"));
+    COMPARE_LINES(defs::readAll(file), bytes);
+}
+
+int main(int argc, char **argv)
+{
+    QApplication app(argc, argv);
+    if (argc > 1 && qstrcmp(argv[1], EngineScenario) == 0)
+        return engineScenario();
+    tst_BenchData test;
+    return QTest::qExec(&test, argc, argv);
+}
+
+#include "tst_benchdata.moc"

@@ -1,0 +1,169 @@
+// The CSV tag import.
+#include "defsDump.h"
+
+#include <QTemporaryDir>
+#include <QTextCodec>
+#include <QtTest>
+
+using namespace defs;
+
+namespace {
+
+// "Name|VariableAddress|VariableType|VariableSize" per tag, joined by "; ".
+QString tagSummary(const FileDataTree *tree)
+{
+    QStringList tags;
+    for (const pEtiketDef_t *t : tree->TagList) {
+        tags << QStringLiteral("%1|%2|%3|%4")
+                    .arg(t->Name, t->VariableAddress)
+                    .arg(t->VariableType)
+                    .arg(t->VariableSize);
+    }
+    return tags.join(QLatin1String("; "));
+}
+
+} // namespace
+
+class tst_CsvImport : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void initTestCase();
+    void lines_data();
+    void lines();
+    void untouchedMembers();
+    void encodings_data();
+    void encodings();
+    void unopenable();
+
+private:
+    FileDataTree *import(const QByteArray &bytes, bool alternate);
+
+    QTemporaryDir m_dir;
+};
+
+void tst_CsvImport::initTestCase()
+{
+    // A single-byte system encoding, so that text decoded as anything else shows.
+    QTextCodec::setCodecForLocale(QTextCodec::codecForName("ISO-8859-1"));
+}
+
+FileDataTree *tst_CsvImport::import(const QByteArray &bytes, bool alternate)
+{
+    const QString path = m_dir.filePath("tags.csv");
+    if (!writeAll(path, bytes))
+        return nullptr;
+    return TgchFileProcessor::loadTagsFromCSV(path, alternate);
+}
+
+void tst_CsvImport::lines_data()
+{
+    QTest::addColumn<QByteArray>("csv");
+    QTest::addColumn<bool>("alternate");
+    QTest::addColumn<QString>("expected");
+
+    QTest::newRow("WORD") << QByteArray("1;200;Pump1;WORD\n") << false << "Pump1|200|1|2";
+    QTest::newRow("WORD alternate") << QByteArray("1;200;Pump1;WORD\n") << true << "Pump1|200|9|2";
+    QTest::newRow("spaced LOGIC") << QByteArray("1;100;Valve;L O G I C") << false << "Valve|100|16|1";
+    QTest::newRow("spaced LOGIC alternate") << QByteArray("1;100;Valve;L O G I C") << true
+                                           << "Valve|100|16|1";
+    QTest::newRow("FLOAT") << QByteArray("x;7;F;FLOAT") << false << "F|7|6|4";
+    QTest::newRow("FLOAT alternate") << QByteArray("x;7;F;FLOAT") << true << "F|7|14|4";
+    QTest::newRow("LONG") << QByteArray("x;8;L;LONG") << false << "L|8|3|4";
+    QTest::newRow("LONG alternate") << QByteArray("x;8;L;LONG") << true << "L|8|11|4";
+    QTest::newRow("contained: DWORD, ULONG")
+        << QByteArray("a;1;D;DWORD\na;2;U;ULONG\n") << false << "D|1|1|2; U|2|3|4";
+    QTest::newRow("WORD tested before FLOAT") << QByteArray("a;1;B;FLOATWORD") << true
+                                              << "B|1|9|2";
+    QTest::newRow("LOGIC tested first") << QByteArray("a;1;B;WORD LOGIC LONG") << true
+                                        << "B|1|16|1";
+    QTest::newRow("lower case matches nothing")
+        << QByteArray("a;1;f;float\na;2;w;Word\n") << true << "f|1|2|4; w|2|2|4";
+    QTest::newRow("unknown type") << QByteArray("a;1;S;STRING") << true << "S|1|2|4";
+    QTest::newRow("empty type") << QByteArray("a;1;E;") << false << "E|1|2|4";
+    QTest::newRow("three and five fields skipped")
+        << QByteArray("a;1;Three\na;2;Four;WORD\na;3;Five;WORD;x\n") << false << "Four|2|1|2";
+    QTest::newRow("empty lines skipped") << QByteArray("\n\na;1;A;LONG\n\n") << false << "A|1|3|4";
+    QTest::newRow("header line imported")
+        << QByteArray("Nr;Address;Name;Type\n1;5;T;WORD\n") << false
+        << "Name|Address|2|4; T|5|1|2";
+    QTest::newRow("fields not trimmed") << QByteArray("1; 40001 ; Pump 1 ;W O R D ") << false
+                                        << " Pump 1 | 40001 |1|2";
+    QTest::newRow("empty fields") << QByteArray(";;;") << false << "||2|4";
+    QTest::newRow("quotes are plain text") << QByteArray("1;\"2\";\"a;b\";WORD\n1;2;\"c\";WORD")
+                                           << false << "\"c\"|2|1|2";
+    QTest::newRow("CRLF") << QByteArray("1;200;Pump1;WORD\r\n1;100;Valve;LOGIC\r\n") << false
+                          << "Pump1|200|1|2; Valve|100|16|1";
+    QTest::newRow("LF") << QByteArray("1;200;Pump1;WORD\n1;100;Valve;LOGIC\n") << false
+                        << "Pump1|200|1|2; Valve|100|16|1";
+    QTest::newRow("CR only is one line") << QByteArray("1;200;Pump1;WORD\r1;100;Valve;LOGIC")
+                                         << false << "";
+    QTest::newRow("empty file") << QByteArray() << false << "";
+    QTest::newRow("duplicates kept") << QByteArray("1;1;A;WORD\n1;1;A;WORD") << false
+                                     << "A|1|1|2; A|1|1|2";
+}
+
+void tst_CsvImport::lines()
+{
+    QFETCH(QByteArray, csv);
+    QFETCH(bool, alternate);
+    QFETCH(QString, expected);
+
+    QScopedPointer<FileDataTree> tree(import(csv, alternate));
+    QVERIFY(tree);
+    QCOMPARE(tagSummary(tree.data()), expected);
+    QVERIFY(tree->ChannelList.isEmpty());   // no placeholder channel
+    QVERIFY(tree->AlarmList.isEmpty());
+}
+
+void tst_CsvImport::untouchedMembers()
+{
+    // Apart from the four members the line sets and PollFrequency, a tag holds the record defaults.
+    QScopedPointer<FileDataTree> tree(import("1;200;Pump1;DWORD\r\n", true));
+    QCOMPARE(tree->TagList.size(), 1);
+    pEtiketDef_t expected;
+    expected.Name = "Pump1";
+    expected.VariableAddress = "200";
+    expected.VariableType = 9;
+    expected.VariableSize = 2;
+    expected.PollFrequency = 3;
+    COMPARE_DUMPS(dump(*tree->TagList.first()), dump(expected));
+}
+
+void tst_CsvImport::encodings_data()
+{
+    QTest::addColumn<QByteArray>("csv");
+    QTest::addColumn<QString>("expected");
+
+    const QString pump = QString::fromUtf8("Pompa-ü|400|1|2");
+    QTest::newRow("UTF-8 with byte-order mark")
+        << QByteArray("\xEF\xBB\xBF" "1;400;Pompa-\xC3\xBC;WORD\n") << pump;
+    const QString utf16Line = QString::fromUtf8("1;400;Pompa-ü;WORD\r\n");
+    QTest::newRow("UTF-16LE with byte-order mark")
+        << QByteArray("\xFF\xFE")
+               + QByteArray(reinterpret_cast<const char *>(utf16Line.utf16()), 2 * utf16Line.size())
+        << pump;
+    QTest::newRow("no mark: system encoding")
+        << QByteArray("1;400;Pompa-\xFC;WORD\n") << pump;
+    QTest::newRow("no mark: UTF-8 bytes read in the system encoding")
+        << QByteArray("1;400;Pompa-\xC3\xBC;WORD\n") << QString::fromUtf8("Pompa-Ã¼|400|1|2");
+}
+
+void tst_CsvImport::encodings()
+{
+    QFETCH(QByteArray, csv);
+    QFETCH(QString, expected);
+    QScopedPointer<FileDataTree> tree(import(csv, false));
+    QVERIFY(tree);
+    QCOMPARE(tagSummary(tree.data()), expected);
+}
+
+void tst_CsvImport::unopenable()
+{
+    QVERIFY(!TgchFileProcessor::loadTagsFromCSV(m_dir.filePath("missing.csv"), false));
+    QVERIFY(!TgchFileProcessor::loadTagsFromCSV(m_dir.path(), true));
+}
+
+QTEST_GUILESS_MAIN(tst_CsvImport)
+#include "tst_csvimport.moc"
