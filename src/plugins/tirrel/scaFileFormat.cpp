@@ -16,6 +16,79 @@ int truncatedToInt(double value)
     return int(value);
 }
 
+namespace {
+
+// The value of text made of an optional "-" and at most maxDigits decimal digits, nothing else;
+// false for any other text.
+bool plainInteger(const QString &text, int maxDigits, qint64 *value)
+{
+    const int n = text.size();
+    const QChar *p = text.constData();
+    const bool negative = n > 0 && p[0] == QLatin1Char('-');
+    const int first = negative ? 1 : 0;
+    if (n == first || n - first > maxDigits)
+        return false;
+    qint64 v = 0;
+    for (int i = first; i < n; ++i) {
+        const ushort c = p[i].unicode();
+        if (c < '0' || c > '9')
+            return false;
+        v = v * 10 + (c - '0');
+    }
+    *value = negative ? -v : v;
+    return true;
+}
+
+} // namespace
+
+int parseInt(const QString &text)
+{
+    qint64 v;
+    if (plainInteger(text, 10, &v)
+        && v >= std::numeric_limits<int>::min() && v <= std::numeric_limits<int>::max())
+        return int(v);
+    return text.toInt();
+}
+
+quint64 parseUInt64(const QString &text)
+{
+    qint64 v;
+    if (plainInteger(text, 18, &v) && v >= 0)
+        return quint64(v);
+    return text.toULongLong();
+}
+
+float parseFloat(const QString &text)
+{
+    // Integers of up to 9 digits are exact as doubles, so one rounding to float is the same as
+    // the conversion of the decimal text. "-0" keeps its sign through the full conversion.
+    qint64 v;
+    if (plainInteger(text, 9, &v) && v != 0)
+        return float(v);
+    return text.toFloat();
+}
+
+double parseDouble(const QString &text)
+{
+    qint64 v;
+    if (plainInteger(text, 15, &v) && v != 0)
+        return double(v);
+    return text.toDouble();
+}
+
+QString attributeValue(const QDomElement &element, const QString &name, bool *found)
+{
+    // QDomElement::attribute hands back the default itself when the attribute is missing, and
+    // no attribute value can share this string's data; that tells the two cases apart without
+    // a second look-up.
+    static const QString missing = QStringLiteral("\x01missing");
+    QString value = element.attribute(name, missing);
+    *found = !value.isSharedWith(missing);
+    if (!*found)
+        value = QString();
+    return value;
+}
+
 QString elementText(const QDomElement &element)
 {
     const QDomNode first = element.firstChild();

@@ -78,6 +78,13 @@ const QString LayerId = QStringLiteral("LayerId");
 // range give its nearest end.
 int truncatedToInt(double value);
 
+// QString::toInt, toULongLong, toFloat and toDouble in base 10 (0 when the text is not a number
+// or out of range), with a shortcut for the plain decimal integers that make up most of a page.
+int parseInt(const QString &text);
+quint64 parseUInt64(const QString &text);
+float parseFloat(const QString &text);
+double parseDouble(const QString &text);
+
 // QDomElement::text() without its copy in the common case of one text or CDATA child.
 QString elementText(const QDomElement &element);
 
@@ -88,7 +95,7 @@ inline QString textOf(const QDomElement &element, const QString &def = QString()
 }
 inline int intOf(const QDomElement &element, int def)
 {
-    return element.isNull() ? def : elementText(element).toInt();
+    return element.isNull() ? def : parseInt(elementText(element));
 }
 inline qint64 int64Of(const QDomElement &element, qint64 def)
 {
@@ -96,19 +103,19 @@ inline qint64 int64Of(const QDomElement &element, qint64 def)
 }
 inline quint64 uint64Of(const QDomElement &element, quint64 def)
 {
-    return element.isNull() ? def : elementText(element).toULongLong();
+    return element.isNull() ? def : parseUInt64(elementText(element));
 }
 inline bool flagOf(const QDomElement &element, bool def)
 {
-    return element.isNull() ? def : elementText(element).toInt() != 0;
+    return element.isNull() ? def : parseInt(elementText(element)) != 0;
 }
 inline float floatOf(const QDomElement &element, float def)
 {
-    return element.isNull() ? def : elementText(element).toFloat();
+    return element.isNull() ? def : parseFloat(elementText(element));
 }
 inline double doubleOf(const QDomElement &element, double def)
 {
-    return element.isNull() ? def : elementText(element).toDouble();
+    return element.isNull() ? def : parseDouble(elementText(element));
 }
 
 // The same for the first child element of `parent` named `name`.
@@ -141,35 +148,38 @@ inline double readDouble(const QDomElement &parent, const QString &name, double 
     return doubleOf(parent.firstChildElement(name), def);
 }
 
+// The value of an attribute, or null with *found false when the element has none of that name.
+QString attributeValue(const QDomElement &element, const QString &name, bool *found);
+
 // Attribute values; a missing attribute (or a null element) gives `def`.
-inline QDomAttr attributeOf(QDomElement element, const QString &name)
-{
-    return element.attributeNode(name);
-}
 inline QString textAttr(const QDomElement &element, const QString &name, const QString &def = QString())
 {
     return element.attribute(name, def);
 }
 inline int intAttr(const QDomElement &element, const QString &name, int def)
 {
-    const QDomAttr a = attributeOf(element, name);
-    return a.isNull() ? def : a.value().toInt();
+    bool found;
+    const QString v = attributeValue(element, name, &found);
+    return found ? parseInt(v) : def;
 }
 inline quint64 uint64Attr(const QDomElement &element, const QString &name, quint64 def)
 {
-    const QDomAttr a = attributeOf(element, name);
-    return a.isNull() ? def : a.value().toULongLong();
+    bool found;
+    const QString v = attributeValue(element, name, &found);
+    return found ? parseUInt64(v) : def;
 }
 inline bool flagAttr(const QDomElement &element, const QString &name, bool def)
 {
-    const QDomAttr a = attributeOf(element, name);
-    return a.isNull() ? def : a.value().toInt() != 0;
+    bool found;
+    const QString v = attributeValue(element, name, &found);
+    return found ? parseInt(v) != 0 : def;
 }
 // Read as a floating-point number and truncated toward zero.
 inline int truncatedAttr(const QDomElement &element, const QString &name, int def)
 {
-    const QDomAttr a = attributeOf(element, name);
-    return a.isNull() ? def : truncatedToInt(a.value().toDouble());
+    bool found;
+    const QString v = attributeValue(element, name, &found);
+    return found ? truncatedToInt(parseDouble(v)) : def;
 }
 
 // The child element names a reader looks for, each with its index in the list. Made once per
@@ -205,7 +215,8 @@ private:
 
 // ---- Writing ---------------------------------------------------------------------------------
 // Text passed to the writers loses the characters XML 1.0 cannot hold (control characters other
-// than tab, line feed and carriage return, U+FFFE, U+FFFF), so that a saved page always parses.
+// than tab, line feed and carriage return, U+FFFE, U+FFFF, unpaired surrogates), so that a saved
+// page always parses again.
 
 QString xmlSafe(const QString &text);
 

@@ -1,0 +1,408 @@
+// The page document model: defaults, copy and move of pages (records shared by pointer, layers
+// and scroll tags by value), ownership of the item records and the SCADA object copy.
+
+#include "pageDump.h"
+
+#include <scaFileData.h>
+
+#include <QtTest>
+
+#include <type_traits>
+
+using namespace pagedump;
+
+// Item records own their base record (and a SCADA object its aux entries): never copied whole.
+static_assert(!std::is_copy_constructible<ScadaObjectLoadData_t>::value, "owns its parts");
+static_assert(!std::is_copy_assignable<ScadaObjectLoadData_t>::value, "owns its aux entries");
+static_assert(!std::is_copy_constructible<TextItemLoadData_t>::value, "owns its base record");
+static_assert(!std::is_copy_constructible<AuxDataEntry>::value, "owns its data");
+static_assert(std::is_copy_constructible<ScaFileData>::value, "pages copy");
+static_assert(std::is_nothrow_move_constructible<ScaFileData>::value, "pages move");
+
+namespace {
+
+ScadaObjectLoadData_t *makeObject(int uid)
+{
+    auto *o = new ScadaObjectLoadData_t;
+    o->base->X = uid * 10;
+    o->base->Name = QStringLiteral("obj%1").arg(uid);
+    o->base->LayerId = 4;
+    o->Uid = uid;
+    o->tagID_label = uid + 100;
+    o->MacroText = QStringLiteral("macro %1").arg(uid);
+    o->indexOrder = {uid, 1};
+    return o;
+}
+
+AuxDataEntry *makeEntry(const QByteArray &data, const QString &text, int value)
+{
+    auto *e = new AuxDataEntry;
+    e->data = data.isNull() ? nullptr : new QByteArray(data);
+    e->text = text;
+    e->value = value;
+    return e;
+}
+
+// A page with something in every member: two SCADA objects and, unless told otherwise, one
+// record of each other kind.
+ScaFileData *makePage(bool otherKinds = true)
+{
+    auto *page = new ScaFileData;
+    page->scadaObjects << makeObject(1) << makeObject(2);
+    if (otherKinds) {
+        page->textItems << new TextItemLoadData_t;
+        page->scheduleItems << new ScheduleItemLoadData_t;
+        page->rtChartItems << new RealTimeChartItemLoadData_t;
+        page->dbqTextItems << new DbQueryTextItemLoadData_t;
+        page->tableItems << new TableItemLoadData_t;
+        page->gaugeItems << new GaugeItemLoadData_t;
+        page->imageItems << new ImageItemLoadData_t;
+        page->webFrameItems << new WebFrameItemLoadData_t;
+    }
+    page->labelTagIds << 101 << 102;
+    page->templateTagIdsInUse.insert(QStringLiteral("pump"), QVariantList{3, 4});
+    page->pageFunctionLinks << QStringLiteral("open:1");
+    page->auxList << 9;
+    page->layerIds << 4;
+    page->layers << LayerInfo{QStringLiteral("Base"), 4, true, -1, -1};
+    page->auxFlag1 = true;
+    page->auxFlag3 = false;
+    ScaFileData::PageProperties &p = page->pageProperties;
+    p.pageName = QStringLiteral("Boiler");
+    p.fileName = QStringLiteral("boiler.xml");
+    p.pageID = 12;
+    p.pageGeometry = QSize(800, 600);
+    p.geoCenterPos = QStringLiteral("1,2,3");
+    p.pageAccessRights = -5;
+    p.scrollTags << ScrollTagInfo{7, QStringLiteral("Pressure")};
+    p.auxPageList << 1 << 2;
+    return page;
+}
+
+// Pointers of every item record of a page, in list order.
+QList<const void *> recordPointers(const ScaFileData &page)
+{
+    QList<const void *> ptrs;
+    for (auto *r : page.scadaObjects) ptrs << r;
+    for (auto *r : page.textItems) ptrs << r;
+    for (auto *r : page.scheduleItems) ptrs << r;
+    for (auto *r : page.rtChartItems) ptrs << r;
+    for (auto *r : page.dbqTextItems) ptrs << r;
+    for (auto *r : page.tableItems) ptrs << r;
+    for (auto *r : page.gaugeItems) ptrs << r;
+    for (auto *r : page.imageItems) ptrs << r;
+    for (auto *r : page.webFrameItems) ptrs << r;
+    return ptrs;
+}
+
+} // namespace
+
+class tst_ScaFileData : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void pageDefaults();
+    void recordDefaults();
+    void copySharesRecords_data();
+    void copySharesRecords();
+    void move_data();
+    void move();
+    void destroyingPageKeepsRecords();
+    void copyScadaObjectData();
+    void copyScadaObjectDataReplacesEntries();
+    void recordAssignmentKeepsBase();
+    void cloneCopiesScadaObjects();
+    void blockLoadData();
+};
+
+void tst_ScaFileData::pageDefaults()
+{
+    const ScaFileData page;
+    QVERIFY(recordPointers(page).isEmpty());
+    QVERIFY(page.labelTagIds.isEmpty() && page.templateTagIdsInUse.isEmpty());
+    QVERIFY(page.pageFunctionLinks.isEmpty() && page.auxList.isEmpty());
+    QVERIFY(page.layerIds.isEmpty() && page.layers.isEmpty());
+    QCOMPARE(page.auxFlag1, false);
+    QCOMPARE(page.auxFlag2, false);
+    QCOMPARE(page.auxFlag3, true);
+    QCOMPARE(page.auxFlag4, false);
+    const ScaFileData::PageProperties &p = page.pageProperties;
+    QVERIFY(!p.pageGeometry.isValid());
+    QCOMPARE(p.pageGeometry, QSize(-1, -1));
+    for (const QString &s : {p.pageName, p.fileName, p.relativePath, p.pageBgImage, p.pageIcon,
+                             p.geoData, p.markerCategories, p.geoCenterPos})
+        QVERIFY(s.isEmpty());
+    QVERIFY(p.scrollTags.isEmpty() && p.auxPageList.isEmpty());
+}
+
+void tst_ScaFileData::recordDefaults()
+{
+    ScadaObjectLoadData_t o;
+    QVERIFY(o.base);
+    QCOMPARE(dump(*o.base), dump(ItemBaseData_t()));
+    QCOMPARE(o.base->X, 0);
+    QCOMPARE(o.base->itemKind, 0);
+    QVERIFY(o.base->Name.isEmpty());
+    const QStringList fields = dumpFields(o);
+    for (const char *slot : {"image", "label", "posx", "posy", "width", "height", "rotAng",
+                             "txtColor", "maskColor", "maskOpac", "cusProp1", "cusProp7",
+                             "eventTarget"})
+        QVERIFY2(fields.contains(QStringLiteral("tagID_%1=-1").arg(QLatin1String(slot))), slot);
+    for (int v : o.extraTagIds)
+        QCOMPARE(v, -1);
+    QCOMPARE(o.labelText, QStringLiteral("%.3f"));
+    QCOMPARE(o.labelStyleSheet, QStringLiteral("font: 22px \"Arial\";"));
+    QCOMPARE(o.showChildAlarms, true);
+    QCOMPARE(o.highLimit, 100.0f);
+    QCOMPARE(o.lowLimit, 0.0f);
+    QCOMPARE(o.Uid, 0);
+    QVERIFY(o.auxEntries.isEmpty() && o.indexOrder.isEmpty());
+
+    // Each record makes a base record of its own.
+    ScadaObjectLoadData_t other;
+    TextItemLoadData_t text;
+    QVERIFY(other.base != o.base && text.base != o.base && text.base);
+}
+
+void tst_ScaFileData::copySharesRecords_data()
+{
+    QTest::addColumn<bool>("assign");
+    QTest::newRow("copy constructor") << false;
+    QTest::newRow("copy assignment") << true;
+}
+
+void tst_ScaFileData::copySharesRecords()
+{
+    QFETCH(bool, assign);
+    ScaFileData *source = makePage();
+    const QStringList before = dump(*source);
+    {
+        ScaFileData *made = assign ? new ScaFileData : new ScaFileData(*source);
+        if (assign)
+            *made = *source;
+        QScopedPointer<ScaFileData> holder(made);
+        ScaFileData &copy = *made;
+        QCOMPARE(dump(copy), before);
+        QCOMPARE(recordPointers(copy), recordPointers(*source));
+        QCOMPARE(copy.scadaObjects.at(0)->base, source->scadaObjects.at(0)->base);
+
+        // Layers and scroll tags are values: changing either side leaves the other alone.
+        copy.layers[0].name = QStringLiteral("Changed");
+        copy.pageProperties.scrollTags[0].ScrollText = QStringLiteral("Changed");
+        source->layers << LayerInfo{QStringLiteral("Added"), 8, false, 1, 2};
+        QCOMPARE(source->layers.at(0).name, QStringLiteral("Base"));
+        QCOMPARE(source->pageProperties.scrollTags.at(0).ScrollText, QStringLiteral("Pressure"));
+        QCOMPARE(copy.layers.size(), 1);
+        source->layers.removeLast();
+        // A record changed through one page is changed for the other: they are the same object.
+        copy.scadaObjects.at(1)->Tooltip = QStringLiteral("shared");
+        QCOMPARE(source->scadaObjects.at(1)->Tooltip, QStringLiteral("shared"));
+        source->scadaObjects.at(1)->Tooltip.clear();
+    }
+    // The copy is gone; the records it listed are alive and unchanged.
+    QCOMPARE(dump(*source), before);
+    deletePage(source);
+}
+
+void tst_ScaFileData::move_data()
+{
+    QTest::addColumn<bool>("assign");
+    QTest::newRow("move constructor") << false;
+    QTest::newRow("move assignment") << true;
+}
+
+void tst_ScaFileData::move()
+{
+    QFETCH(bool, assign);
+    ScaFileData *source = makePage();
+    const QStringList before = dump(*source);
+    const QList<const void *> records = recordPointers(*source);
+
+    auto *target = assign ? new ScaFileData : new ScaFileData(std::move(*source));
+    if (assign)
+        *target = std::move(*source);
+    QCOMPARE(dump(*target), before);
+    QCOMPARE(recordPointers(*target), records);
+
+    QVERIFY(recordPointers(*source).isEmpty());
+    QVERIFY(source->layerIds.isEmpty() && source->layers.isEmpty());
+    QVERIFY(source->pageProperties.scrollTags.isEmpty());
+    QVERIFY(source->templateTagIdsInUse.isEmpty() && source->labelTagIds.isEmpty());
+    QVERIFY(source->pageFunctionLinks.isEmpty() && source->auxList.isEmpty());
+    delete source;
+    deletePage(target);
+}
+
+void tst_ScaFileData::destroyingPageKeepsRecords()
+{
+    ScaFileData *page = makePage();
+    const ScaFileData holder = *page; // lists the very same records
+    const QStringList before = dump(holder);
+    delete page;
+    // Every record is still there (the sanitizer build reports a use after free otherwise).
+    QCOMPARE(dump(holder), before);
+    deletePage(new ScaFileData(holder));
+}
+
+void tst_ScaFileData::copyScadaObjectData()
+{
+    ScadaObjectLoadData_t source;
+    source.base->X = 77;
+    source.auxInt1 = 1;
+    source.auxInt2 = 2;
+    source.Type = 3;
+    source.Uid = 4;
+    source.auxFloat1 = 1.5f;
+    source.auxFloat2 = 2.5f;
+    source.auxFloat3 = -3.25f;
+    source.tagID_image = 10;
+    source.tagID_label = 11;
+    source.tagID_posx = 12;
+    source.tagID_posy = 13;
+    source.tagID_width = 14;
+    source.tagID_height = 15;
+    source.tagID_rotAng = 16;
+    source.tagID_txtColor = 17;
+    source.tagID_maskColor = 18;
+    source.tagID_maskOpac = 19;
+    source.tagID_cusProp1 = 20;
+    source.tagID_cusProp2 = 21;
+    source.tagID_cusProp3 = 22;
+    source.tagID_cusProp4 = 23;
+    source.tagID_cusProp5 = 24;
+    source.tagID_cusProp6 = 25;
+    source.tagID_cusProp7 = 26;
+    source.tagID_eventTarget = 27;
+    for (int i = 0; i < 18; ++i)
+        source.extraTagIds[i] = 100 + i;
+    source.eventType = 5;
+    source.eventAction = 6;
+    source.eventActionAck = true;
+    source.lofx = -7;
+    source.lofy = 8;
+    source.labelText = QStringLiteral("%.1f bar");
+    source.labelStyleSheet = QStringLiteral("font: 9px;");
+    source.userConst1 = 9;
+    source.userConst2 = 10;
+    source.pageFunction = QStringLiteral("open");
+    source.showChildAlarms = false;
+    source.closeWindowOnClicked = true;
+    source.auxText = QStringLiteral("aux");
+    source.MacroText = QStringLiteral("m");
+    source.Tooltip = QStringLiteral("t");
+    source.weblinkActive = true;
+    source.weblink = QStringLiteral("http://x");
+    source.limitsActive = true;
+    source.lowLimit = -1.5f;
+    source.highLimit = 99.5f;
+    source.auxEntries << makeEntry("\x01\x02", QStringLiteral("first"), 1)
+                      << makeEntry(QByteArray(), QStringLiteral("no data"), 2) << nullptr;
+    source.componentUid = QStringLiteral("{c}");
+    source.indexOrder = {3, 1, 2};
+
+    ScadaObjectLoadData_t target;
+    ItemBaseData_t *targetBase = target.base;
+    target.base->X = 5;
+    ::copyScadaObjectData(&target, &source);
+
+    QCOMPARE(dumpFields(target), dumpFields(source));
+    // base is the caller's business: neither replaced nor overwritten.
+    QCOMPARE(target.base, targetBase);
+    QCOMPARE(target.base->X, 5);
+    // The entries and their data are new objects.
+    QCOMPARE(target.auxEntries.size(), 3);
+    QVERIFY(target.auxEntries.at(0) != source.auxEntries.at(0));
+    QVERIFY(target.auxEntries.at(0)->data != source.auxEntries.at(0)->data);
+    QVERIFY(!target.auxEntries.at(1)->data);
+    QVERIFY(!target.auxEntries.at(2));
+    source.auxEntries.at(0)->data->append('x');
+    QCOMPARE(*target.auxEntries.at(0)->data, QByteArray("\x01\x02"));
+
+    // Copying onto itself changes nothing.
+    const QStringList before = dump(target);
+    ::copyScadaObjectData(&target, &target);
+    QCOMPARE(dump(target), before);
+}
+
+void tst_ScaFileData::copyScadaObjectDataReplacesEntries()
+{
+    // The target's former entries are deleted (the leak checker of the sanitizer build would
+    // report them otherwise), and a source without entries leaves the target without any.
+    ScadaObjectLoadData_t source;
+    ScadaObjectLoadData_t target;
+    target.auxEntries << makeEntry("old", QStringLiteral("old"), 1);
+    ::copyScadaObjectData(&target, &source);
+    QVERIFY(target.auxEntries.isEmpty());
+    QCOMPARE(dump(target), dump(source));
+    ::copyScadaObjectData(nullptr, &source);
+    ::copyScadaObjectData(&target, nullptr);
+}
+
+void tst_ScaFileData::recordAssignmentKeepsBase()
+{
+    TextItemLoadData_t a;
+    TextItemLoadData_t b;
+    ItemBaseData_t *baseOfA = a.base;
+    a.base->X = 1;
+    b.base->X = 2;
+    a = b;
+    QCOMPARE(a.base, baseOfA);
+    QCOMPARE(a.base->X, 1);
+    QVERIFY(a.base != b.base);
+}
+
+void tst_ScaFileData::cloneCopiesScadaObjects()
+{
+    ScaFileData *source = makePage(false);
+    source->scadaObjects.at(0)->auxEntries << makeEntry("d", QStringLiteral("e"), 3);
+
+    ScaFileData *copy = source->clone();
+    QCOMPARE(dump(*copy), dump(*source));
+    for (int i = 0; i < source->scadaObjects.size(); ++i) {
+        QVERIFY(copy->scadaObjects.at(i) != source->scadaObjects.at(i));
+        QVERIFY(copy->scadaObjects.at(i)->base != source->scadaObjects.at(i)->base);
+    }
+    QVERIFY(copy->scadaObjects.at(0)->auxEntries.at(0) != source->scadaObjects.at(0)->auxEntries.at(0));
+    copy->scadaObjects.at(0)->base->X = -1;
+    QCOMPARE(source->scadaObjects.at(0)->base->X, 10);
+    deletePage(copy);
+    deletePage(source);
+}
+
+void tst_ScaFileData::blockLoadData()
+{
+    BlockLoadData_t block;
+    QCOMPARE(block.initialized, false);
+    for (const QString &t : {block.text1, block.text2, block.text3, block.text4, block.text5, block.text6})
+        QVERIFY(t.isEmpty());
+    block.init();
+    block.init();
+    QCOMPARE(block.initialized, true);
+
+    block.head = 1;
+    block.text1 = QStringLiteral("one");
+    block.text6 = QStringLiteral("six");
+    block.value1 = 11;
+    block.value4 = 44;
+    block.tail = 2;
+    BlockLoadData_t copy(block);
+    BlockLoadData_t assigned;
+    assigned = block;
+    for (const BlockLoadData_t *b : {&copy, &assigned}) {
+        QCOMPARE(b->head, quint64(1));
+        QCOMPARE(b->text1, QStringLiteral("one"));
+        QCOMPARE(b->text6, QStringLiteral("six"));
+        QCOMPARE(b->value1, 11);
+        QCOMPARE(b->value4, 44);
+        QCOMPARE(b->tail, quint64(2));
+        QCOMPARE(b->initialized, true);
+    }
+    BlockLoadData_t moved(std::move(copy));
+    QCOMPARE(moved.text6, QStringLiteral("six"));
+    assigned = std::move(moved);
+    QCOMPARE(assigned.text1, QStringLiteral("one"));
+}
+
+QTEST_GUILESS_MAIN(tst_ScaFileData)
+#include "tst_scafiledata.moc"
