@@ -7,9 +7,20 @@
 #include <QTemporaryDir>
 #include <QTextStream>
 
+#include <cstdio>
+
+// The library reports progress through Qt's debug output; like a host, this program decides
+// where that goes: debug lines are dropped, warnings still reach stderr.
+static void quietHandler(QtMsgType type, const QMessageLogContext &, const QString &msg)
+{
+    if (type != QtDebugMsg)
+        fprintf(stderr, "%s\n", qPrintable(msg));
+}
+
 int main(int argc, char **argv)
 {
     QCoreApplication app(argc, argv);
+    qInstallMessageHandler(quietHandler);
     QTextStream out(stdout);
     QTextStream err(stderr);
     const QStringList args = app.arguments();
