@@ -68,6 +68,7 @@ class tst_TagChFileWatcher : public QObject
 
 private slots:
     void init();
+    void metaObject();
     void loadsOnConstruction();
     void rewrittenInPlace();
     void replacedByRename();
@@ -103,6 +104,24 @@ void tst_TagChFileWatcher::settle()
     QSignalSpy spy(&control, &TagChFileWatcher::tgchFileUpdated);
     QVERIFY(writeAll(other, definitions({"settled"})));
     QVERIFY(spy.wait());
+}
+
+void tst_TagChFileWatcher::metaObject()
+{
+    const QMetaObject &mo = TagChFileWatcher::staticMetaObject;
+    QCOMPARE(mo.className(), "TagChFileWatcher");
+    QCOMPARE(mo.methodCount() - mo.methodOffset(), 2);
+    QCOMPARE(mo.propertyCount() - mo.propertyOffset(), 0);
+    const QMetaMethod signal = mo.method(mo.methodOffset());
+    QCOMPARE(signal.methodSignature(), QByteArray("tgchFileUpdated()"));
+    QCOMPARE(signal.methodType(), QMetaMethod::Signal);
+    const QMetaMethod slot = mo.method(mo.methodOffset() + 1);
+    QCOMPARE(slot.methodSignature(), QByteArray("onFileChanged(QString)"));
+    QCOMPARE(slot.methodType(), QMetaMethod::Slot);
+    QCOMPARE(slot.access(), QMetaMethod::Private);
+
+    TagChFileWatcher child(m_path, this);
+    QCOMPARE(child.parent(), this);
 }
 
 void tst_TagChFileWatcher::loadsOnConstruction()

@@ -58,14 +58,16 @@ QString filterOptionsJson(const pEtiketDef_t &tag)
     return QString::fromUtf8(QJsonDocument(options).toJson(QJsonDocument::Indented));
 }
 
-QString cellText(const pKanalDef_t &channel, const QString &column)
+// A model cell holds the member's value as the dump shows it, unquoted; the filter options cell
+// holds their JSON object.
+template <class R>
+QString cellText(const R &record, const QStringList &lines, const QString &column)
 {
-    return unquoted(valueOf(dump(channel), column));
-}
-
-QString cellText(const pEtiketDef_t &tag, const QString &column)
-{
-    return column == "LogFilterOptions" ? filterOptionsJson(tag) : unquoted(valueOf(dump(tag), column));
+    if constexpr (std::is_same_v<R, pEtiketDef_t>) {
+        if (column == "LogFilterOptions")
+            return filterOptionsJson(record);
+    }
+    return unquoted(valueOf(lines, column));
 }
 
 template <class R>
@@ -73,9 +75,10 @@ void fillModel(QStandardItemModel &model, const QList<R *> &records, const QStri
 {
     model.setColumnCount(columns.size());
     for (const R *record : records) {
+        const QStringList lines = dump(*record);
         QList<QStandardItem *> row;
         for (const QString &column : columns)
-            row << new QStandardItem(cellText(*record, column));
+            row << new QStandardItem(cellText(*record, lines, column));
         model.appendRow(row);
     }
 }
@@ -125,6 +128,7 @@ class tst_TgchFileProcessor : public QObject
     Q_OBJECT
 
 private slots:
+    void processorObject();
     void recordDefaults();
     void treeDeletesRecords();
     void readFullFile();
@@ -148,12 +152,23 @@ private slots:
     void modelExportCells();
     void modelExportEmptyModels();
     void modelExportDropsAlarms();
+    void largeFiles();
     void writeFailures_data();
     void writeFailures();
 
 private:
     QTemporaryDir m_dir;
 };
+
+void tst_TgchFileProcessor::processorObject()
+{
+    const QMetaObject &mo = TgchFileProcessor::staticMetaObject;
+    QCOMPARE(mo.className(), "TgchFileProcessor");
+    QCOMPARE(mo.methodCount() - mo.methodOffset(), 0);
+    QCOMPARE(mo.propertyCount() - mo.propertyOffset(), 0);
+    TgchFileProcessor processor(this);
+    QCOMPARE(processor.parent(), this);
+}
 
 void tst_TgchFileProcessor::recordDefaults()
 {
@@ -721,32 +736,69 @@ void tst_TgchFileProcessor::modelExportDropsAlarms()
              QString::fromUtf8("channels=None,Pump <A> & Co,Ünite ]]> 2 tags=2 alarms=0"));
 }
 
+void tst_TgchFileProcessor::largeFiles()
+{
+    // Several megabytes, so that the writers pass their output on in more than one block.
+    FileDataTree tree;
+    tree.ChannelList << new pKanalDef_t;
+    tree.ChannelList.first()->Name = "None";
+    for (int i = 0; i < 4000; ++i) {
+        auto *tag = new pEtiketDef_t;
+        tag->Name = QStringLiteral("Tag %1").arg(i);
+        tag->Id = i;
+        tag->refval1 = tag->refval2 = i;
+        tag->Description = QString(i % 50, QLatin1Char('d'));
+        tree.TagList << tag;
+        auto *alarm = new pAlarmItem_t;
+        alarm->tagID = i;
+        tree.AlarmList << alarm;
+    }
+    const QString written = m_dir.filePath("large-written.xml");
+    QVERIFY(TgchFileProcessor::writeToFile(&tree, written));
+    QVERIFY(QFileInfo(written).size() > 4 * 1024 * 1024);
+    QScopedPointer<FileDataTree> fromRecords(TgchFileProcessor::loadFileData(written));
+    QVERIFY(dump(fromRecords.data()) == dump(&tree));
+
+    Models models(&tree);
+    const QString exported = m_dir.filePath("large-exported.xml");
+    QVERIFY(TgchFileProcessor::writeToFile(&models.channels, &models.tags, exported));
+    QVERIFY(QFileInfo(exported).size() > 4 * 1024 * 1024);
+    QScopedPointer<FileDataTree> fromModels(TgchFileProcessor::loadFileData(exported));
+    QVERIFY(dump(fromModels.data()) == withoutAlarms(dump(&tree)));
+}
+
 void tst_TgchFileProcessor::writeFailures_data()
 {
     QTest::addColumn<QString>("path");
+    QTest::addColumn<QString>("existing");     // what is at path beforehand
     QTest::addColumn<bool>("nullArgument");
-    QTest::newRow("missing directory") << m_dir.filePath("no/such/dir/defs.xml") << false;
-    QTest::newRow("path is a directory") << m_dir.filePath("a-directory") << false;
-    QTest::newRow("read-only file") << m_dir.filePath("read-only.xml") << false;
-    QTest::newRow("null tree or model") << m_dir.filePath("kept.xml") << true;
+    QTest::newRow("missing directory") << m_dir.filePath("no/such/dir/defs.xml") << "nothing" << false;
+    QTest::newRow("path is a directory") << m_dir.filePath("a-directory") << "directory" << false;
+    QTest::newRow("read-only file") << m_dir.filePath("read-only.xml") << "read-only file" << false;
+    QTest::newRow("read-only file and directory")
+        << m_dir.filePath("read-only.xml") << "read-only file, read-only directory" << false;
+    QTest::newRow("null tree or model") << m_dir.filePath("kept.xml") << "file" << true;
 }
 
 void tst_TgchFileProcessor::writeFailures()
 {
     QFETCH(QString, path);
+    QFETCH(QString, existing);
     QFETCH(bool, nullArgument);
 
     const QByteArray old = "<CTDefinitions><TagList><Tag/></TagList></CTDefinitions>";
-    if (QTest::currentDataTag() == QLatin1String("path is a directory")) {
-        QVERIFY(QDir(m_dir.path()).mkpath("a-directory"));
-    } else if (!path.contains("no/such")) {
+    if (existing == "directory") {
+        QVERIFY(QDir(m_dir.path()).mkpath(path));
+    } else if (existing != "nothing") {
+        QFile::setPermissions(path, QFileDevice::ReadOwner | QFileDevice::WriteOwner);
         QVERIFY(writeAll(path, old));
-        if (QTest::currentDataTag() == QLatin1String("read-only file")) {
-            if (geteuid() == 0)
-                QSKIP("permissions do not stop the superuser");
-            QVERIFY(QFile::setPermissions(path, QFileDevice::ReadOwner));
+    }
+    if (existing.startsWith("read-only file")) {
+        if (geteuid() == 0)
+            QSKIP("permissions do not stop the superuser");
+        QVERIFY(QFile::setPermissions(path, QFileDevice::ReadOwner));
+        if (existing.endsWith("read-only directory"))
             QVERIFY(QFile::setPermissions(m_dir.path(), QFileDevice::ReadOwner | QFileDevice::ExeOwner));
-        }
     }
     const QStringList before = QDir(m_dir.path()).entryList(QDir::NoDotAndDotDot | QDir::AllEntries);
 
@@ -769,7 +821,7 @@ void tst_TgchFileProcessor::writeFailures()
     if (QFileInfo(path).isFile())
         QCOMPARE(readAll(path), old);
     QCOMPARE(QDir(m_dir.path()).entryList(QDir::NoDotAndDotDot | QDir::AllEntries), before);
-    QCOMPARE(QFileInfo(path).isDir(), QTest::currentDataTag() == QLatin1String("path is a directory"));
+    QCOMPARE(QFileInfo(path).isDir(), existing == "directory");
 }
 
 QTEST_GUILESS_MAIN(tst_TgchFileProcessor)

@@ -1,17 +1,20 @@
 #include "tgchFileProcessor.h"
 
+#include <QBuffer>
 #include <QDomDocument>
+#include <QDomElement>
 #include <QFile>
 #include <QHash>
 #include <QJsonDocument>
 #include <QJsonObject>
 #include <QSaveFile>
 #include <QStandardItemModel>
-#include <QTextStream>
 #include <QXmlStreamWriter>
 
 #include <array>
 #include <cmath>
+#include <limits>
+#include <type_traits>
 
 FileDataTree::~FileDataTree()
 {
@@ -67,7 +70,7 @@ template <class R>
 struct Field
 {
     QString name;
-    void (*read)(R &record, const QDomElement &element);   // element is null when absent
+    void (*read)(R &record, const QDomNode &element);   // element is null when absent
     void (*write)(QXmlStreamWriter &w, const Field &field, const R &record);
     Section section;
 };
@@ -123,8 +126,62 @@ void writeCData(QXmlStreamWriter &w, const QString &name, const QString &text)
     w.writeEndElement();
 }
 
+// The text of a value element: all its text and CDATA content. The usual single text child is
+// taken as it is, without building a new string.
+QString elementText(const QDomNode &element)
+{
+    const QDomNode first = element.firstChild();
+    if (first.isNull())
+        return QString();
+    if (first.isText() && first.nextSibling().isNull())
+        return first.nodeValue();
+    return element.toElement().text();
+}
+
+// Number conversions. Plain decimal texts, by far the most common, are converted here; anything
+// else (a sign, spaces, too many digits to be sure of the range) goes through QString's
+// conversion, whose rules stay the reference: what does not convert reads as 0.
+template <class T>
+bool convertPlainDecimal(const QString &text, T &value)
+{
+    constexpr int maxDigits = std::numeric_limits<T>::digits10;
+    const int size = text.size();
+    const QChar *c = text.constData();
+    const bool negative = std::is_signed<T>::value && size > 1 && c[0] == QLatin1Char('-');
+    const int first = negative ? 1 : 0;
+    if (size == first || size - first > maxDigits)
+        return false;
+    T v = 0;
+    for (int i = first; i < size; ++i) {
+        const ushort digit = c[i].unicode() - '0';
+        if (digit > 9)
+            return false;
+        v = T(v * 10 + T(digit));
+    }
+    value = negative ? T(-v) : v;
+    return true;
+}
+
+qint32 toInt32(const QString &text)
+{
+    qint32 value = 0;
+    return convertPlainDecimal(text, value) ? value : text.toInt();
+}
+
+quint32 toUInt32(const QString &text)
+{
+    quint32 value = 0;
+    return convertPlainDecimal(text, value) ? value : text.toUInt();
+}
+
+qint64 toInt64(const QString &text)
+{
+    qint64 value = 0;
+    return convertPlainDecimal(text, value) ? value : text.toLongLong();
+}
+
 template <auto M, Form F>
-void readValue(ClassOf<M> &record, const QDomElement &element)
+void readValue(ClassOf<M> &record, const QDomNode &element)
 {
     using V = ValueOf<M>;
     if constexpr (F == Form::IntOrMinusOne) {
@@ -133,17 +190,17 @@ void readValue(ClassOf<M> &record, const QDomElement &element)
             return;
         }
     }
-    const QString text = element.isNull() ? QString() : element.text();
+    const QString text = elementText(element);
     if constexpr (F == Form::Text)
         record.*M = text;
     else if constexpr (F == Form::Int || F == Form::IntOrMinusOne || F == Form::Int8)
-        record.*M = static_cast<V>(text.toInt());
+        record.*M = static_cast<V>(toInt32(text));
     else if constexpr (F == Form::UInt)
-        record.*M = static_cast<V>(text.toUInt());
+        record.*M = static_cast<V>(toUInt32(text));
     else if constexpr (F == Form::Flag)
-        record.*M = text.toInt() != 0;
+        record.*M = toInt32(text) != 0;
     else if constexpr (F == Form::Int64)
-        record.*M = text.toLongLong();
+        record.*M = toInt64(text);
     else if constexpr (F == Form::Real)
         record.*M = text.toDouble();
     else if constexpr (F == Form::SingleReal)
@@ -189,11 +246,11 @@ qint32 wholeNumber(const QJsonValue &value)
     return static_cast<qint32>(d);
 }
 
-void readFilterOptions(pEtiketDef_t &tag, const QDomElement &element)
+void readFilterOptions(pEtiketDef_t &tag, const QDomNode &element)
 {
     if (element.isNull())
         return;
-    const QJsonDocument json = QJsonDocument::fromJson(element.text().toUtf8());
+    const QJsonDocument json = QJsonDocument::fromJson(elementText(element).toUtf8());
     if (!json.isObject())
         return;
     const QJsonObject options = json.object();
@@ -306,9 +363,10 @@ const Field<A> alarmFields[] = {
     field<&A::currentState, Form::Int>("currentState"),
 };
 
-// One record from its element. The children are visited once and matched to their rows by name
-// (the first element of a name wins), so a record costs one pass over its children whatever the
-// order of its value elements.
+// One record from its element, in one pass over its children: each value element is matched to
+// its row by name and read at once; the first element of a name wins, and rows without an element
+// are read as absent at the end. Files mostly list the elements in the writer's order, so the
+// row after the last match is tried before the look-up by name.
 template <class R, std::size_t N>
 R *readRecord(const QDomElement *element, const Field<R> (&fields)[N])
 {
@@ -319,39 +377,33 @@ R *readRecord(const QDomElement *element, const Field<R> (&fields)[N])
         return rows;
     }();
 
-    std::array<QDomElement, N> values;
+    R *record = new R;
+    std::array<bool, N> seen{};
     if (element) {
-        for (QDomElement child = element->firstChildElement(); !child.isNull();
-             child = child.nextSiblingElement()) {
-            const auto row = rowOfName.constFind(child.tagName());
-            if (row != rowOfName.constEnd() && values[*row].isNull())
-                values[*row] = child;
+        std::size_t next = 0;
+        for (QDomNode child = element->firstChild(); !child.isNull(); child = child.nextSibling()) {
+            if (!child.isElement())
+                continue;
+            const QString name = child.nodeName();
+            std::size_t row = next;
+            if (row >= N || fields[row].name != name) {
+                const auto found = rowOfName.constFind(name);
+                if (found == rowOfName.constEnd())
+                    continue;
+                row = std::size_t(*found);
+            }
+            next = row + 1;
+            if (!seen[row]) {
+                seen[row] = true;
+                fields[row].read(*record, child);
+            }
         }
     }
-    R *record = new R;
-    for (std::size_t i = 0; i < N; ++i)
-        fields[i].read(*record, values[i]);
+    for (std::size_t i = 0; i < N; ++i) {
+        if (!seen[i])
+            fields[i].read(*record, QDomNode());
+    }
     return record;
-}
-
-template <class R, std::size_t N>
-void writeRecord(QXmlStreamWriter &w, const QString &element, const Field<R> (&fields)[N],
-                 const R &record)
-{
-    w.writeStartElement(element);
-    for (const Field<R> &f : fields)
-        f.write(w, f, record);
-    w.writeEndElement();
-}
-
-template <class R, std::size_t N>
-void writeList(QXmlStreamWriter &w, const QString &list, const QString &element,
-               const Field<R> (&fields)[N], const QList<R *> &records)
-{
-    w.writeStartElement(list);
-    for (const R *record : records)
-        writeRecord(w, element, fields, *record);
-    w.writeEndElement();
 }
 
 // Calls read for each child element named `element` of the root's first child named `list`.
@@ -363,6 +415,16 @@ void forEachRecordElement(const QDomElement &root, const QString &list, const QS
     for (QDomElement e = listElement.firstChildElement(element); !e.isNull();
          e = e.nextSiblingElement(element))
         read(e);
+}
+
+template <class R, std::size_t N>
+void writeRecord(QXmlStreamWriter &w, const QString &element, const Field<R> (&fields)[N],
+                 const R &record)
+{
+    w.writeStartElement(element);
+    for (const Field<R> &f : fields)
+        f.write(w, f, record);
+    w.writeEndElement();
 }
 
 // Replaces the file at path with what write() puts into the device. The text goes to a
@@ -380,108 +442,143 @@ bool replaceFile(const QString &path, Write write)
     return file.commit();
 }
 
+// An auto-formatting XML stream writer whose output gathers in memory and goes to the file in
+// large blocks: the writer's many small writes cost much less on a plain buffer than on a file.
+class BlockWriter
+{
+public:
+    BlockWriter(QIODevice &target, int indent)
+        : m_target(target)
+    {
+        m_buffer.open(QIODevice::WriteOnly);
+        m_xml.setDevice(&m_buffer);
+        m_xml.setAutoFormatting(true);
+        m_xml.setAutoFormattingIndent(indent);
+    }
+
+    QXmlStreamWriter &xml() { return m_xml; }
+
+    // Hands what has gathered to the file once there is enough of it, or all of it when final.
+    void flush(bool final = false)
+    {
+        constexpr qint64 blockSize = 1 << 20;
+        if (!final && m_buffer.pos() < blockSize)
+            return;
+        m_target.write(m_buffer.data().constData(), m_buffer.pos());
+        m_buffer.seek(0);   // the buffer is overwritten from its start, keeping its capacity
+    }
+
+private:
+    QIODevice &m_target;
+    QBuffer m_buffer;
+    QXmlStreamWriter m_xml;
+};
+
+template <class R, std::size_t N>
+void writeList(BlockWriter &out, const QString &list, const QString &element,
+               const Field<R> (&fields)[N], const QList<R *> &records)
+{
+    out.xml().writeStartElement(list);
+    for (const R *record : records) {
+        if (!record)
+            continue;
+        writeRecord(out.xml(), element, fields, *record);
+        out.flush();
+    }
+    out.xml().writeEndElement();
+}
+
 // ---------------------------------------------------------------------------------------------
 // The export from the editor's table models: for each element in the order written, the model
 // column it comes from and whether it is written as CDATA. This order and CDATA set differ from
-// the record writer's; files already in use were written this way, so both are kept.
+// the record writer's on purpose: both kinds of file are in use and read the same.
 
 struct Column
 {
-    const char *element;
+    QString element;
     int column;
     Section section;
 };
 
 const Column channelColumns[] = {
-    {"Name", 1, CData},
-    {"Id", 0, Plain},
-    {"MediaType", 2, Plain},
-    {"SocketType", 3, Plain},
-    {"ProtokolType", 4, Plain},
-    {"ServerIP", 5, CData},
-    {"ServerPORT", 6, Plain},
-    {"ListenPORT", 7, Plain},
-    {"FilterIP", 8, CData},
-    {"Comport", 9, Plain},
-    {"Baudrate", 10, Plain},
-    {"Databit", 11, Plain},
-    {"Stopbit", 12, Plain},
-    {"Paritybit", 13, Plain},
-    {"ResponseTimeout", 14, Plain},
-    {"ConnectionTimeout", 15, Plain},
-    {"FrameTimeout", 16, Plain},
-    {"GroupID", 17, Plain},
-    {"Station", 18, Plain},
-    {"Enabled", 19, Plain},
-    {"KestrinPath", 20, Plain},
-    {"Description", 21, Plain},
+    {QStringLiteral("Name"), 1, CData},
+    {QStringLiteral("Id"), 0, Plain},
+    {QStringLiteral("MediaType"), 2, Plain},
+    {QStringLiteral("SocketType"), 3, Plain},
+    {QStringLiteral("ProtokolType"), 4, Plain},
+    {QStringLiteral("ServerIP"), 5, CData},
+    {QStringLiteral("ServerPORT"), 6, Plain},
+    {QStringLiteral("ListenPORT"), 7, Plain},
+    {QStringLiteral("FilterIP"), 8, CData},
+    {QStringLiteral("Comport"), 9, Plain},
+    {QStringLiteral("Baudrate"), 10, Plain},
+    {QStringLiteral("Databit"), 11, Plain},
+    {QStringLiteral("Stopbit"), 12, Plain},
+    {QStringLiteral("Paritybit"), 13, Plain},
+    {QStringLiteral("ResponseTimeout"), 14, Plain},
+    {QStringLiteral("ConnectionTimeout"), 15, Plain},
+    {QStringLiteral("FrameTimeout"), 16, Plain},
+    {QStringLiteral("GroupID"), 17, Plain},
+    {QStringLiteral("Station"), 18, Plain},
+    {QStringLiteral("Enabled"), 19, Plain},
+    {QStringLiteral("KestrinPath"), 20, Plain},
+    {QStringLiteral("Description"), 21, Plain},
 };
 
 const Column tagColumns[] = {
-    {"Name", 1, CData},
-    {"PollFrequency", 3, Plain},
-    {"KanalName", 30, CData},
-    {"DeviceAddress", 4, Plain},
-    {"VariableAddress", 5, Plain},
-    {"VariableSize", 6, Plain},
-    {"VariableType", 7, Plain},
-    {"Id", 0, Plain},
-    {"Macro", 8, CData},
-    {"Kanal_Id", 2, Plain},
-    {"IsLogging", 9, Plain},
-    {"PriLevel", 10, Plain},
-    {"TagType", 11, Plain},
-    {"SchedulerIndex", 12, Plain},
-    {"LoggingFreq", 13, Plain},
-    {"LoggingMethod", 14, Plain},
-    {"ReadRight1", 15, Plain},
-    {"ReadRight2", 16, Plain},
-    {"WriteRight1", 17, Plain},
-    {"WriteRight2", 18, Plain},
-    {"Keywords", 19, Plain},
-    {"Enabled", 20, Plain},
-    {"Description", 21, Plain},
-    {"UnitName", 22, Plain},
-    {"Protocolobjecttype", 23, Plain},
-    {"Option", 24, Plain},
-    {"LogFilterOptions", 25, Plain},
-    {"Equipment", 26, Plain},
-    {"Measuredentity", 27, Plain},
-    {"Location", 28, Plain},
-    {"Formula", 29, Plain},
+    {QStringLiteral("Name"), 1, CData},
+    {QStringLiteral("PollFrequency"), 3, Plain},
+    {QStringLiteral("KanalName"), 30, CData},
+    {QStringLiteral("DeviceAddress"), 4, Plain},
+    {QStringLiteral("VariableAddress"), 5, Plain},
+    {QStringLiteral("VariableSize"), 6, Plain},
+    {QStringLiteral("VariableType"), 7, Plain},
+    {QStringLiteral("Id"), 0, Plain},
+    {QStringLiteral("Macro"), 8, CData},
+    {QStringLiteral("Kanal_Id"), 2, Plain},
+    {QStringLiteral("IsLogging"), 9, Plain},
+    {QStringLiteral("PriLevel"), 10, Plain},
+    {QStringLiteral("TagType"), 11, Plain},
+    {QStringLiteral("SchedulerIndex"), 12, Plain},
+    {QStringLiteral("LoggingFreq"), 13, Plain},
+    {QStringLiteral("LoggingMethod"), 14, Plain},
+    {QStringLiteral("ReadRight1"), 15, Plain},
+    {QStringLiteral("ReadRight2"), 16, Plain},
+    {QStringLiteral("WriteRight1"), 17, Plain},
+    {QStringLiteral("WriteRight2"), 18, Plain},
+    {QStringLiteral("Keywords"), 19, Plain},
+    {QStringLiteral("Enabled"), 20, Plain},
+    {QStringLiteral("Description"), 21, Plain},
+    {QStringLiteral("UnitName"), 22, Plain},
+    {QStringLiteral("Protocolobjecttype"), 23, Plain},
+    {QStringLiteral("Option"), 24, Plain},
+    {QStringLiteral("LogFilterOptions"), 25, Plain},
+    {QStringLiteral("Equipment"), 26, Plain},
+    {QStringLiteral("Measuredentity"), 27, Plain},
+    {QStringLiteral("Location"), 28, Plain},
+    {QStringLiteral("Formula"), 29, Plain},
 };
 
-// A CDATA section cannot hold "]]>", so such a text is cut after "]]" into several sections; the
-// reader joins them back into the one text.
-void appendCData(QDomDocument &doc, QDomElement &element, const QString &text)
-{
-    const QLatin1String endMarker("]]>");
-    int from = 0;
-    for (int at = text.indexOf(endMarker); at >= 0; at = text.indexOf(endMarker, from)) {
-        element.appendChild(doc.createCDATASection(text.mid(from, at + 2 - from)));
-        from = at + 2;
-    }
-    element.appendChild(doc.createCDATASection(text.mid(from)));
-}
-
 template <std::size_t N>
-void appendRows(QDomDocument &doc, QDomElement &list, const QString &element,
-                const Column (&columns)[N], const QStandardItemModel &model)
+void writeRows(BlockWriter &out, const QString &list, const QString &element,
+               const Column (&columns)[N], const QStandardItemModel &model)
 {
+    QXmlStreamWriter &w = out.xml();
+    w.writeStartElement(list);
     for (int row = 0; row < model.rowCount(); ++row) {
-        QDomElement record = doc.createElement(element);
-        list.appendChild(record);
+        w.writeStartElement(element);
         for (const Column &c : columns) {
             const QStandardItem *item = model.item(row, c.column);
             const QString text = item ? item->text() : QString();
-            QDomElement value = doc.createElement(QString::fromLatin1(c.element));
-            record.appendChild(value);
             if (c.section == CData)
-                appendCData(doc, value, text);
+                writeCData(w, c.element, text);
             else
-                value.appendChild(doc.createTextNode(text));
+                writeText(w, c.element, text);
         }
+        w.writeEndElement();
+        out.flush();
     }
+    w.writeEndElement();
 }
 
 } // namespace
@@ -554,16 +651,15 @@ bool TgchFileProcessor::writeToFile(FileDataTree *tree, QString path)
     if (!tree)
         return false;
     return replaceFile(path, [tree](QIODevice &device) {
-        QXmlStreamWriter w(&device);
-        w.setAutoFormatting(true);
-        w.setAutoFormattingIndent(4);
-        w.writeStartDocument();
-        w.writeStartElement(kRoot);
-        writeList(w, kChannelList, kChannel, channelFields, tree->ChannelList);
-        writeList(w, kTagList, kTag, tagFields, tree->TagList);
-        writeList(w, kAlarmList, kAlarm, alarmFields, tree->AlarmList);
-        w.writeEndElement();    // </CTDefinitions>
-        w.writeEndDocument();
+        BlockWriter out(device, 4);
+        out.xml().writeStartDocument();
+        out.xml().writeStartElement(kRoot);
+        writeList(out, kChannelList, kChannel, channelFields, tree->ChannelList);
+        writeList(out, kTagList, kTag, tagFields, tree->TagList);
+        writeList(out, kAlarmList, kAlarm, alarmFields, tree->AlarmList);
+        out.xml().writeEndElement();    // </CTDefinitions>
+        out.xml().writeEndDocument();
+        out.flush(true);
     });
 }
 
@@ -576,24 +672,18 @@ bool TgchFileProcessor::writeToFile(QStandardItemModel *channels, QStandardItemM
     if (!channels || !tags)
         return false;
     return replaceFile(path, [channels, tags](QIODevice &device) {
-        QDomDocument doc(kDocType);
-        // Written as UTF-8 and declared as such, so that names outside ASCII read back the same
-        // whatever the system's text encoding.
-        doc.appendChild(doc.createProcessingInstruction(
-            QStringLiteral("xml"), QStringLiteral("version=\"1.0\" encoding=\"UTF-8\"")));
-        QDomElement root = doc.createElement(kRoot);
-        doc.appendChild(root);
-        QDomElement channelList = doc.createElement(kChannelList);
-        root.appendChild(channelList);
-        appendRows(doc, channelList, kChannel, channelColumns, *channels);
-        QDomElement tagList = doc.createElement(kTagList);
-        root.appendChild(tagList);
-        appendRows(doc, tagList, kTag, tagColumns, *tags);
-
-        QTextStream out(&device);
-        out.setCodec("UTF-8");
-        doc.save(out, 1);
-        out.flush();
+        BlockWriter out(device, 1);
+        QXmlStreamWriter &w = out.xml();
+        // Declared UTF-8, so that names outside ASCII read back the same whatever the system's
+        // text encoding.
+        w.writeStartDocument();
+        w.writeDTD(QStringLiteral("<!DOCTYPE %1>").arg(kDocType));
+        w.writeStartElement(kRoot);
+        writeRows(out, kChannelList, kChannel, channelColumns, *channels);
+        writeRows(out, kTagList, kTag, tagColumns, *tags);
+        w.writeEndElement();    // </CTDefinitions>
+        w.writeEndDocument();
+        out.flush(true);
     });
 }
 

@@ -30,7 +30,8 @@ class QStandardItemModel;
 // limit and check values are parsed at single precision). Exceptions: a channel without "Id" or
 // "GroupID" and a tag without "Kanal_Id" read -1 there, and a tag without "LogFilterOptions" (a
 // JSON object {"filtertype", "refval1", "refval2"}, null for a non-finite value) keeps 0, NaN,
-// NaN. Alarm "subscribers" are written as {3,17,42}.
+// NaN. Alarm "subscribers" are written as {3,17,42}, and real numbers with six significant
+// digits ("nan" and "inf" included), so that they may come back rounded.
 //
 // The channel named "None" is the placeholder for "no channel": every tree read from a definition
 // file starts with one built with the defaults below, and channels named "None" in the file are
