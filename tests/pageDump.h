@@ -90,13 +90,135 @@ inline QStringList dump(const ScadaObjectLoadData_t &o)
     return prefixed("base.", dump(*o.base)) + dumpFields(o);
 }
 
-// Dumps of further item kinds go here, above dumpList, so that dumpList finds them.
+inline QString color(const QColor &c)
+{
+    return c.isValid() ? c.name(QColor::HexArgb) : QStringLiteral("invalid");
+}
+inline QString reals(const QList<double> &list)
+{
+    QStringList parts;
+    for (double v : list)
+        parts << real(v);
+    return QLatin1Char('{') + parts.join(QLatin1Char(',')) + QLatin1Char('}');
+}
 
-// The item kinds whose records have no fields of their own here yet: the base record only.
+// Every field but `base`, for each further kind; dump() adds the base record.
+inline QStringList dumpFields(const TextItemLoadData_t &t)
+{
+    return {
+        "ItemText=" + text(t.ItemText), "TextColor=" + text(t.TextColor),
+        "BgColor=" + text(t.BgColor), "SvgElement=" + text(t.SvgElement),
+        "Alignment=" + num(t.Alignment), "TextPixelSize=" + num(t.TextPixelSize),
+        "Family=" + text(t.Family), "IsBold=" + flag(t.IsBold), "IsItalic=" + flag(t.IsItalic),
+        "IsUnderlined=" + flag(t.IsUnderlined), "DrawPaper=" + flag(t.DrawPaper),
+    };
+}
+
+inline QStringList dumpFields(const DbQueryTextItemLoadData_t &d)
+{
+    return {
+        "bgColor=" + text(d.bgColor), "txtColor=" + text(d.txtColor),
+        "labelText=" + text(d.labelText), "labelStyleSheet=" + text(d.labelStyleSheet),
+        "lofx=" + num(d.lofx), "lofy=" + num(d.lofy), "txtPixelSize=" + num(d.txtPixelSize),
+        "auxFlag1=" + flag(d.auxFlag1), "auxFlag2=" + flag(d.auxFlag2),
+        "auxFlag3=" + flag(d.auxFlag3), "auxValue=" + num(d.auxValue),
+        "reportUnit=" + num(d.reportUnit), "reportType=" + num(d.reportType),
+        "timeFactor=" + num(d.timeFactor), "updateInterval=" + num(d.updateInterval),
+        "reportTag=" + num(d.reportTag),
+    };
+}
+
+inline QStringList dumpFields(const RealTimeChartItemLoadData_t &c)
+{
+    QStringList lines = {"TagIDs.size=" + num(c.TagIDs.size())};
+    for (int i = 0; i < c.TagIDs.size(); ++i) {
+        const TagData &t = c.TagIDs.at(i);
+        lines << QStringLiteral("TagIDs[%1]=Tag %2,aux %3/%4,LineColor %5,LineStyle %6")
+                         .arg(i).arg(t.Tag).arg(t.auxValue1).arg(t.auxValue2)
+                         .arg(text(t.LineColor)).arg(t.LineStyle);
+    }
+    lines << "BgColor=" + text(c.BgColor) << "TxtColor=" + text(c.TxtColor)
+          << "PaColor=" + text(c.PaColor) << "ChartTitle=" + text(c.ChartTitle)
+          << "ChartViewType=" + num(c.ChartViewType) << "ChartType=" + num(c.ChartType)
+          << "ChartOrientation=" + num(c.ChartOrientation)
+          << "LegendAlignment=" + num(c.LegendAlignment)
+          << "ShowDescription=" + flag(c.ShowDescription) << "IsAnimated=" + flag(c.IsAnimated)
+          << "ShowLegend=" + flag(c.ShowLegend) << "FollowLastVal=" + flag(c.FollowLastVal)
+          << "RescaleValAxis=" + flag(c.RescaleValAxis)
+          << "ShowLastSeconds=" + num(c.ShowLastSeconds) << "UpperLimit=" + num(c.UpperLimit)
+          << "LowerLimit=" + num(c.LowerLimit) << "LegendFontSize=" + num(c.LegendFontSize)
+          << "AxisFontSize=" + num(c.AxisFontSize);
+    return lines;
+}
+
+inline QStringList dumpFields(const GaugeItemLoadData_t &g)
+{
+    return {
+        "auxValue=" + num(g.auxValue), "GaugeStyle=" + num(g.GaugeStyle),
+        "MaxValue=" + real(g.MaxValue), "MinValue=" + real(g.MinValue),
+        "Precision=" + num(g.Precision), "PrecisionNumeric=" + num(g.PrecisionNumeric),
+        "Tooltip=" + text(g.Tooltip), "Units=" + text(g.Units), "Label=" + text(g.Label),
+        "Steps=" + num(g.Steps), "StartAngle=" + real(g.StartAngle),
+        "EndAngle=" + real(g.EndAngle), "Threshold=" + real(g.Threshold),
+        "ThresholdEnabled=" + flag(g.ThresholdEnabled),
+        "NumericIndicatorEnabled=" + flag(g.NumericIndicatorEnabled),
+        "Foreground=" + color(g.Foreground),
+        "auxBrush=" + num(g.auxBrush.style()) + "/" + color(g.auxBrush.color()),
+        "Background1=" + color(g.Background1), "Background2=" + color(g.Background2),
+        "LedColor=" + color(g.LedColor), "LedGlowColor=" + color(g.LedGlowColor),
+        "TagId=" + num(g.TagId),
+    };
+}
+
+inline QStringList dump(const TableCell &c)
+{
+    return {"cellText=" + text(c.cellText), "cellFont=" + text(c.cellFont.toString()),
+            "cellTextColor=" + color(c.cellTextColor), "cellRowSpan=" + num(c.cellRowSpan),
+            "cellColumnSpan=" + num(c.cellColumnSpan),
+            "cellTextAlignment=" + num(c.cellTextAlignment)};
+}
+
+inline QStringList dumpFields(const TableItemLoadData_t &t)
+{
+    QStringList lines = {"rows.size=" + num(t.rows.size())};
+    for (int i = 0; i < t.rows.size(); ++i) {
+        const QList<TableCell> &row = t.rows.at(i);
+        lines << QStringLiteral("rows[%1].size=%2").arg(i).arg(row.size());
+        for (int j = 0; j < row.size(); ++j)
+            lines += prefixed(QStringLiteral("rows[%1][%2].").arg(i).arg(j), dump(row.at(j)));
+    }
+    lines << "TableWidth=" + num(t.TableWidth) << "TableHeight=" + num(t.TableHeight)
+          << "StyleSheet=" + text(t.StyleSheet) << "columnWidths=" + reals(t.columnWidths)
+          << "auxList=" + ints(t.auxList);
+    return lines;
+}
+
+inline QStringList dumpFields(const ImageItemLoadData_t &i)
+{
+    return {"auxValue1=" + num(i.auxValue1), "auxValue2=" + num(i.auxValue2),
+            "auxValue3=" + num(i.auxValue3), "auxFlag=" + flag(i.auxFlag),
+            "auxText1=" + text(i.auxText1), "auxValue4=" + num(i.auxValue4),
+            "auxText2=" + text(i.auxText2), "ImageFile=" + text(i.ImageFile)};
+}
+
+inline QStringList dumpFields(const WebFrameItemLoadData_t &w)
+{
+    return {"auxValue1=" + num(w.auxValue1), "auxValue2=" + num(w.auxValue2),
+            "auxValue3=" + num(w.auxValue3), "auxFlag=" + flag(w.auxFlag),
+            "auxText1=" + text(w.auxText1), "auxValue4=" + num(w.auxValue4),
+            "Weblink=" + text(w.Weblink), "auxText2=" + text(w.auxText2)};
+}
+
+inline QStringList dumpFields(const ScheduleItemLoadData_t &s)
+{
+    return {"TagIDs=" + ints(s.TagIDs)};
+}
+
+// Every record kind has its dumpFields above; a kind without one does not compile here.
 template <class Record>
 QStringList dump(const Record &r)
 {
-    return prefixed("base.", dump(*r.base));
+    return prefixed("base.", dump(*r.base)) + dumpFields(r);
 }
 
 template <class Record>

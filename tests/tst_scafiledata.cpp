@@ -1,9 +1,17 @@
 // The page document model: defaults, copy and move of pages (records shared by pointer, layers
-// and scroll tags by value), ownership of the item records and the SCADA object copy.
+// and scroll tags by value), ownership of the item records and the SCADA object copy; the page
+// operations: clone (records of its own), clear against erase, deleteAllItems, getBlock and
+// getTemplateTagIdsInUse.
 
 #include "pageDump.h"
+#include "recordProbe.h"
 
 #include <scaFileData.h>
+#include <scaFileProcessor.h>
+
+#include <QDir>
+#include <QFile>
+#include <QSet>
 
 #include <QtTest>
 
@@ -95,6 +103,106 @@ QList<const void *> recordPointers(const ScaFileData &page)
     return ptrs;
 }
 
+// Calls f on each of the nine item lists of a page, in the writer's kind order.
+template <class Page, class F>
+void forEachList(Page &page, F f)
+{
+    f(page.scadaObjects);
+    f(page.textItems);
+    f(page.scheduleItems);
+    f(page.rtChartItems);
+    f(page.dbqTextItems);
+    f(page.tableItems);
+    f(page.imageItems);
+    f(page.gaugeItems);
+    f(page.webFrameItems);
+}
+
+// Every non-null item record of a page, as its common part.
+QList<ItemRecord *> records(const ScaFileData &page)
+{
+    QList<ItemRecord *> all;
+    forEachList(page, [&](const auto &list) {
+        for (auto *r : list) {
+            if (r)
+                all << r;
+        }
+    });
+    return all;
+}
+
+// The page with its nine item lists emptied (the records are not touched).
+ScaFileData withoutItems(const ScaFileData &page)
+{
+    ScaFileData shell = page;
+    forEachList(shell, [](auto &list) { list.clear(); });
+    return shell;
+}
+
+QString pageFixture(const QString &name)
+{
+    return QStringLiteral(TIRREL_TEST_DATA "/pages/") + name;
+}
+
+ScaFileData *loadPageFixture(const QString &name)
+{
+    QFile file(pageFixture(name));
+    if (!file.open(QIODevice::ReadOnly))
+        return nullptr;
+    return ScaFileProcessor::loadFileData(file.readAll(), pageFixture(name));
+}
+
+// Gives the members that the page file does not carry values of their own, so that a clone
+// is checked on them too.
+void fillHostFields(ScaFileData *page)
+{
+    page->templateTagIdsInUse.insert(QStringLiteral("tank"), QVariantList{5, 6, 7});
+    page->auxList << 31 << 32;
+    page->auxFlag1 = true;
+    page->auxFlag2 = true;
+    page->auxFlag3 = false;
+    page->auxFlag4 = true;
+    page->pageProperties.auxValue = 17;
+    page->pageProperties.auxPageId = 23;
+    page->pageProperties.auxPageList << 4 << 5;
+    int i = 0;
+    for (ScadaObjectLoadData_t *o : page->scadaObjects) {
+        ++i;
+        o->auxInt1 = i;
+        o->auxInt2 = -i;
+        o->auxFloat1 = 0.5f * i;
+        o->auxFloat2 = 1.25f;
+        o->auxFloat3 = -2.0f;
+        o->extraTagIds[0] = 1000 + i;
+        o->extraTagIds[17] = 2000 + i;
+        o->auxText = QStringLiteral("aux %1").arg(i);
+        o->auxEntries << makeEntry(QByteArray(3, char(i)), QStringLiteral("entry"), i) << nullptr
+                      << makeEntry(QByteArray(), QString(), 0);
+    }
+}
+
+// Debug messages written while one of these lives are kept in `messages` instead of printed.
+struct DebugCapture
+{
+    static QStringList messages;
+    static QtMessageHandler previous;
+    static void handler(QtMsgType type, const QMessageLogContext &context, const QString &message)
+    {
+        if (type == QtDebugMsg)
+            messages << message;
+        else
+            previous(type, context, message);
+    }
+    DebugCapture()
+    {
+        messages.clear();
+        previous = qInstallMessageHandler(handler);
+    }
+    ~DebugCapture() { qInstallMessageHandler(previous); }
+};
+QStringList DebugCapture::messages;
+QtMessageHandler DebugCapture::previous = nullptr;
+
 } // namespace
 
 class tst_ScaFileData : public QObject
@@ -112,7 +220,17 @@ private slots:
     void copyScadaObjectData();
     void copyScadaObjectDataReplacesEntries();
     void recordAssignmentKeepsBase();
-    void cloneCopiesScadaObjects();
+    void clone_data();
+    void clone();
+    void cloneFixturesCoverEveryKind();
+    void cloneOfEmptyPage();
+    void getBlock_data();
+    void getBlock();
+    void eraseAgainstClear_data();
+    void eraseAgainstClear();
+    void deleteAllItems();
+    void getTemplateTagIdsInUse_data();
+    void getTemplateTagIdsInUse();
     void blockLoadData();
 };
 
@@ -352,22 +470,259 @@ void tst_ScaFileData::recordAssignmentKeepsBase()
     QVERIFY(a.base != b.base);
 }
 
-void tst_ScaFileData::cloneCopiesScadaObjects()
+void tst_ScaFileData::clone_data()
 {
-    ScaFileData *source = makePage(false);
-    source->scadaObjects.at(0)->auxEntries << makeEntry("d", QStringLiteral("e"), 3);
+    QTest::addColumn<QString>("fixture"); // empty: the page built by makePage
+    QTest::addColumn<bool>("otherKinds");
+    QTest::newRow("built: every kind") << QString() << true;
+    QTest::newRow("built: SCADA objects only") << QString() << false;
+    const QStringList fixtures =
+        QDir(QStringLiteral(TIRREL_TEST_DATA "/pages")).entryList({QStringLiteral("*.xml")});
+    for (const QString &name : fixtures) {
+        // Fixtures that are not meant to load are left to the file format's tests.
+        ScaFileData *page = loadPageFixture(name);
+        if (page)
+            QTest::newRow(qPrintable("fixture: " + name)) << name << true;
+        deletePage(page);
+    }
+}
+
+void tst_ScaFileData::clone()
+{
+    QFETCH(QString, fixture);
+    QFETCH(bool, otherKinds);
+    ScaFileData *source = fixture.isEmpty() ? makePage(otherKinds) : loadPageFixture(fixture);
+    QVERIFY(source);
+    fillHostFields(source);
+    source->textItems << nullptr; // a null entry stays null
+    const QStringList before = dump(*source);
 
     ScaFileData *copy = source->clone();
-    QCOMPARE(dump(*copy), dump(*source));
-    for (int i = 0; i < source->scadaObjects.size(); ++i) {
-        QVERIFY(copy->scadaObjects.at(i) != source->scadaObjects.at(i));
-        QVERIFY(copy->scadaObjects.at(i)->base != source->scadaObjects.at(i)->base);
+    QCOMPARE(dump(*copy), before);
+
+    // Not one record or base record in common.
+    const QList<ItemRecord *> sourceRecords = records(*source);
+    const QList<ItemRecord *> copyRecords = records(*copy);
+    QCOMPARE(copyRecords.size(), sourceRecords.size());
+    QVERIFY(!sourceRecords.isEmpty());
+    QSet<const void *> sourceParts;
+    for (const ItemRecord *r : sourceRecords)
+        sourceParts << r << r->base;
+    for (const ItemRecord *r : copyRecords) {
+        QVERIFY(r->base);
+        QVERIFY(!sourceParts.contains(r));
+        QVERIFY(!sourceParts.contains(r->base));
     }
-    QVERIFY(copy->scadaObjects.at(0)->auxEntries.at(0) != source->scadaObjects.at(0)->auxEntries.at(0));
-    copy->scadaObjects.at(0)->base->X = -1;
-    QCOMPARE(source->scadaObjects.at(0)->base->X, 10);
+    for (int i = 0; i < source->scadaObjects.size(); ++i) {
+        const auto *s = source->scadaObjects.at(i);
+        const auto *c = copy->scadaObjects.at(i);
+        for (int e = 0; e < s->auxEntries.size(); ++e) {
+            if (s->auxEntries.at(e)) {
+                const AuxDataEntry *copied = c->auxEntries.at(e);
+                QVERIFY(copied != s->auxEntries.at(e));
+                QVERIFY(!copied->data || copied->data != s->auxEntries.at(e)->data);
+            }
+        }
+        // The clone finds its own record, not the source's.
+        const int first = source->scadaObjects.indexOf(source->getBlock(s->Uid));
+        QCOMPARE(copy->getBlock(s->Uid), copy->scadaObjects.at(first));
+        QVERIFY(copy->getBlock(s->Uid) != source->getBlock(s->Uid));
+    }
+
+    // Changing the copy leaves the source as it was.
+    for (ItemRecord *r : copyRecords) {
+        r->base->X += 1;
+        r->base->Name += QLatin1Char('*');
+    }
+    for (ScadaObjectLoadData_t *o : copy->scadaObjects) {
+        o->Tooltip += QLatin1Char('*');
+        o->indexOrder << 99;
+        for (AuxDataEntry *e : o->auxEntries) {
+            if (e && e->data)
+                e->data->append('*');
+        }
+    }
+    if (!copy->layers.isEmpty())
+        copy->layers[0].name += QLatin1Char('*');
+    copy->pageProperties.scrollTags << ScrollTagInfo{1, QStringLiteral("added")};
+    QCOMPARE(dump(*source), before);
+
     deletePage(copy);
     deletePage(source);
+}
+
+void tst_ScaFileData::cloneFixturesCoverEveryKind()
+{
+    // The clone rows above take their real field values from the page fixtures: together they
+    // must hold records of every kind, or a copy function could drop a field unnoticed.
+    QVector<bool> covered(9, false);
+    const QStringList fixtures =
+        QDir(QStringLiteral(TIRREL_TEST_DATA "/pages")).entryList({QStringLiteral("*.xml")});
+    for (const QString &name : fixtures) {
+        ScaFileData *page = loadPageFixture(name);
+        if (!page)
+            continue;
+        int kind = 0;
+        forEachList(*page, [&](const auto &list) {
+            if (!list.isEmpty())
+                covered[kind] = true;
+            ++kind;
+        });
+        deletePage(page);
+    }
+    QCOMPARE(covered, QVector<bool>(9, true));
+}
+
+void tst_ScaFileData::cloneOfEmptyPage()
+{
+    ScaFileData source;
+    source.layerIds << 3;
+    source.layers << LayerInfo{QStringLiteral("Only"), 3, false, 1, 2};
+    source.pageProperties.pageName = QStringLiteral("Empty");
+    source.pageProperties.pageID = 8;
+    source.pageProperties.pageGeometry = QSize(10, 20);
+    source.pageProperties.scrollTags << ScrollTagInfo{4, QStringLiteral("t")};
+    QScopedPointer<ScaFileData> copy(source.clone());
+    QCOMPARE(dump(*copy), dump(source));
+    QVERIFY(records(*copy).isEmpty());
+}
+
+void tst_ScaFileData::getBlock_data()
+{
+    QTest::addColumn<QList<int>>("uids"); // of the page's SCADA objects; 0 stands for a null entry
+    QTest::addColumn<int>("uid");
+    QTest::addColumn<int>("expected"); // index in scadaObjects, -1: null
+    QTest::newRow("empty page") << QList<int>() << 1 << -1;
+    QTest::newRow("found") << QList<int>{4, 5, 6} << 5 << 1;
+    QTest::newRow("missing") << QList<int>{4, 5, 6} << 7 << -1;
+    QTest::newRow("first of equal Uids") << QList<int>{4, 5, 5} << 5 << 1;
+    QTest::newRow("null entries passed over") << QList<int>{0, 4, 0, 5} << 5 << 3;
+    QTest::newRow("negative Uid") << QList<int>{-3, 4} << -3 << 0;
+}
+
+void tst_ScaFileData::getBlock()
+{
+    QFETCH(QList<int>, uids);
+    QFETCH(int, uid);
+    QFETCH(int, expected);
+    ScaFileData page;
+    for (int u : uids)
+        page.scadaObjects << (u ? makeObject(u) : nullptr);
+    QCOMPARE(page.getBlock(uid), expected < 0 ? nullptr : page.scadaObjects.at(expected));
+    page.erase();
+}
+
+void tst_ScaFileData::eraseAgainstClear_data()
+{
+    QTest::addColumn<bool>("erase");
+    QTest::addColumn<int>("objects");
+    QTest::newRow("clear, three SCADA objects") << false << 3;
+    QTest::newRow("erase, three SCADA objects") << true << 3;
+    QTest::newRow("clear, no SCADA objects") << false << 0;
+    QTest::newRow("erase, no SCADA objects") << true << 0;
+}
+
+void tst_ScaFileData::eraseAgainstClear()
+{
+    QFETCH(bool, erase);
+    QFETCH(int, objects);
+    RecordProbe objectProbe;
+    RecordProbe textProbe;
+    ScaFileData *page = makePage(false);
+    page->erase(); // the objects made by makePage; the probed ones follow
+    for (int i = 1; i <= objects; ++i)
+        page->scadaObjects << objectProbe.mark(makeObject(i));
+    for (int i = 0; i < 2; ++i)
+        page->textItems << textProbe.mark(new TextItemLoadData_t);
+    const QList<ScadaObjectLoadData_t *> held = page->scadaObjects;
+    QStringList heldBefore;
+    for (const ScadaObjectLoadData_t *o : held)
+        heldBefore += dump(*o);
+    const QStringList restBefore =
+        dump(withoutItems(*page)) + dumpList("textItems", page->textItems);
+    const QList<TextItemLoadData_t *> texts = page->textItems;
+
+    erase ? page->erase() : page->clear();
+
+    QVERIFY(page->scadaObjects.isEmpty());
+    QCOMPARE(page->textItems, texts);
+    QCOMPARE(dump(withoutItems(*page)) + dumpList("textItems", page->textItems), restBefore);
+    QCOMPARE(textProbe.alive(), 2);
+    if (erase) {
+        QCOMPARE(objectProbe.alive(), 0);
+    } else {
+        // The records are still there for whoever holds them, and theirs to delete.
+        QCOMPARE(objectProbe.alive(), objects);
+        QStringList heldAfter;
+        for (ScadaObjectLoadData_t *o : held) {
+            heldAfter += dump(*o);
+            o->Tooltip = QStringLiteral("still usable");
+        }
+        QCOMPARE(heldAfter, heldBefore);
+        qDeleteAll(held);
+        QCOMPARE(objectProbe.alive(), 0);
+    }
+    deletePage(page);
+    QCOMPARE(textProbe.alive(), 0);
+}
+
+void tst_ScaFileData::deleteAllItems()
+{
+    RecordProbe probe;
+    ScaFileData *page = makePage();
+    page->scadaObjects << makeObject(3);
+    page->tableItems << new TableItemLoadData_t;
+    page->textItems << nullptr;
+    for (ItemRecord *r : records(*page))
+        probe.mark(r);
+    QCOMPARE(probe.count(), 12);
+    const QStringList rest = dump(withoutItems(*page));
+
+    page->deleteAllItems();
+    QCOMPARE(probe.alive(), 0);
+    QCOMPARE(dump(*page), rest);
+    page->deleteAllItems(); // nothing left to delete
+    QCOMPARE(dump(*page), rest);
+    delete page;
+}
+
+void tst_ScaFileData::getTemplateTagIdsInUse_data()
+{
+    QTest::addColumn<QString>("name");
+    QTest::addColumn<QVariantList>("expected");
+    QTest::addColumn<QString>("message"); // the debug line; empty: none
+    QTest::newRow("three ids in order")
+        << "pump" << QVariantList{3, 1, 2}
+        << "getTemplateTagIdsInUse \"pump\" :  QVariant(QVariantList, (QVariant(int, 3), "
+           "QVariant(int, 1), QVariant(int, 2)))";
+    QTest::newRow("stored empty list")
+        << "valve" << QVariantList()
+        << "getTemplateTagIdsInUse \"valve\" :  QVariant(QVariantList, ())";
+    QTest::newRow("stored value not a list")
+        << "motor" << QVariantList()
+        << "getTemplateTagIdsInUse \"motor\" :  QVariant(QString, \"7\")";
+    QTest::newRow("not a key") << "fan" << QVariantList() << QString();
+    QTest::newRow("other letter case") << "PUMP" << QVariantList() << QString();
+    QTest::newRow("empty name, no such key") << "" << QVariantList() << QString();
+}
+
+void tst_ScaFileData::getTemplateTagIdsInUse()
+{
+    QFETCH(QString, name);
+    QFETCH(QVariantList, expected);
+    QFETCH(QString, message);
+    ScaFileData page;
+    page.templateTagIdsInUse.insert(QStringLiteral("pump"), QVariantList{3, 1, 2});
+    page.templateTagIdsInUse.insert(QStringLiteral("Pump"), QVariantList{9});
+    page.templateTagIdsInUse.insert(QStringLiteral("valve"), QVariantList());
+    page.templateTagIdsInUse.insert(QStringLiteral("motor"), QStringLiteral("7"));
+    QVariantList result;
+    {
+        DebugCapture capture;
+        result = page.getTemplateTagIdsInUse(name);
+    }
+    QCOMPARE(result, expected);
+    QCOMPARE(DebugCapture::messages, message.isEmpty() ? QStringList() : QStringList{message});
 }
 
 void tst_ScaFileData::blockLoadData()

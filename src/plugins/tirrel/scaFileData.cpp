@@ -13,11 +13,23 @@ ScaFileData::~ScaFileData() = default;
 
 ScaFileData *ScaFileData::clone()
 {
-    // The page-level members come with the copy; every item list is then replaced by copies of
-    // its records, kind by kind.
-    auto *copy = new ScaFileData(*this);
+    // Starts empty rather than as a copy of this page, so that no item list of the clone can
+    // ever share a record with the source.
+    auto *copy = new ScaFileData;
     for (const ItemKind &kind : itemKinds())
         kind.copy(*this, copy);
+
+    copy->labelTagIds = labelTagIds;
+    copy->templateTagIdsInUse = templateTagIdsInUse;
+    copy->pageFunctionLinks = pageFunctionLinks;
+    copy->auxList = auxList;
+    copy->layerIds = layerIds;
+    copy->layers = layers;
+    copy->auxFlag1 = auxFlag1;
+    copy->auxFlag2 = auxFlag2;
+    copy->pageProperties = pageProperties;
+    copy->auxFlag3 = auxFlag3;
+    copy->auxFlag4 = auxFlag4;
     return copy;
 }
 
@@ -30,6 +42,12 @@ void ScaFileData::erase()
 {
     while (!scadaObjects.isEmpty())
         delete scadaObjects.takeFirst();
+}
+
+void ScaFileData::deleteAllItems()
+{
+    for (const ItemKind &kind : itemKinds())
+        kind.deleteAll(this);
 }
 
 ScadaObjectLoadData_t *ScaFileData::getBlock(int uid)

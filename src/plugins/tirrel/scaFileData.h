@@ -2,7 +2,10 @@
 
 #include "tirrel_global.h"
 
+#include <QBrush>
 #include <QByteArray>
+#include <QColor>
+#include <QFont>
 #include <QHash>
 #include <QList>
 #include <QSize>
@@ -152,40 +155,217 @@ private:
                                     const ScadaObjectLoadData_t *source);
 };
 
-// The other item kinds. Each record owns its base record as ItemRecord tells; the rest of the
-// fields come with the kind's reader, writer and copy function.
+// ---- Text and database-query text items ----------------------------------------------------
+
+// A free text label (itemKind 2). Its geometry lies in elements of its own, not in the common
+// envelope, and its flips are not carried by the page file. A new record holds the values the
+// reader stores when the file gives nothing; TextPixelSize 0 means the font's default size.
 struct TIRREL_EXPORT TextItemLoadData_t : ItemRecord
 {
+    QString ItemText;
+    QString TextColor = QStringLiteral("#000000");  // colour text as in the file, not parsed
+    QString BgColor = QStringLiteral("#FFFFFF");    // the same
+    QString SvgElement;
+    int Alignment = 0;
+    int TextPixelSize = 0;
+    QString Family = QStringLiteral("Arial");
+    bool IsBold = false;
+    bool IsItalic = false;
+    bool IsUnderlined = false;
+    bool DrawPaper = false;
 };
+
+// A label showing the value of a report query on a tag (itemKind 5). A new record holds the
+// values the reader stores for missing elements; the fields marked "host" are not carried by
+// the page file.
 struct TIRREL_EXPORT DbQueryTextItemLoadData_t : ItemRecord
 {
+    QString bgColor = QStringLiteral("#000");       // colour texts as in the file, not parsed
+    QString txtColor = QStringLiteral("#FFF");
+    QString labelText = QStringLiteral("Val is ");
+    QString labelStyleSheet = QStringLiteral("font: 12px \"Arial\"; color: rgb(0, 0, 0);");
+    int lofx = 0;
+    int lofy = 0;
+    int txtPixelSize = 14;
+    bool auxFlag1 = false;          // host
+    bool auxFlag2 = false;          // host
+    bool auxFlag3 = false;          // host
+    int auxValue = 0;               // host
+    int reportUnit = 1;
+    int reportType = 0;
+    int timeFactor = 100;
+    int updateInterval = 100;
+    int reportTag = -1;             // -1: none
 };
+
+// Makes target equal to source in every field except `base`, which is left as it is (the caller
+// gives the copy its base record). Null or identical arguments change nothing.
+TIRREL_EXPORT void copyTextItemData(TextItemLoadData_t *target, const TextItemLoadData_t *source);
+TIRREL_EXPORT void copyDbQueryTextItemData(DbQueryTextItemLoadData_t *target,
+                                           const DbQueryTextItemLoadData_t *source);
+
+// ---- Real-time chart and gauge items -------------------------------------------------------
+
+// One plotted line of a real-time chart, held by value; the defaults are the reader's.
+struct TIRREL_EXPORT TagData
+{
+    int Tag = -1;                   // tag id, -1: none
+    int auxValue1 = 0;              // host; not in the page file
+    int auxValue2 = 0;              // host; not in the page file
+    QString LineColor = QStringLiteral("#FF0000");  // colour text as in the file
+    int LineStyle = 0;
+};
+
+// A chart plotting one line per tag over the last seconds (itemKind 5). A new record holds the
+// values the reader stores for missing elements. Its colours are kept as the file's texts.
 struct TIRREL_EXPORT RealTimeChartItemLoadData_t : ItemRecord
 {
+    QList<TagData> TagIDs;
+    QString BgColor = QStringLiteral("#FFF");
+    QString TxtColor = QStringLiteral("#000");
+    QString PaColor = QStringLiteral("#F9F3F7");
+    QString ChartTitle;
+    int ChartViewType = 0;
+    int ChartType = 0;
+    int ChartOrientation = 0;
+    int LegendAlignment = 2;
+    bool ShowDescription = false;
+    bool IsAnimated = true;
+    bool ShowLegend = true;
+    bool FollowLastVal = true;
+    bool RescaleValAxis = true;
+    int ShowLastSeconds = 300;
+    int UpperLimit = 0;
+    int LowerLimit = 0;
+    int LegendFontSize = 11;
+    int AxisFontSize = 11;
 };
+
+// A dial showing one tag's value (itemKind 10). A new record starts from the values below; the
+// reader replaces every field the file carries, missing elements taking the reader's own
+// defaults (maximum 100, angles 225 to -45, threshold 70 shown, foreground #FFF, ...). Colours
+// are parsed on reading and written as #rrggbb names; an invalid colour is written as #000000.
 struct TIRREL_EXPORT GaugeItemLoadData_t : ItemRecord
 {
+    int auxValue = 0;               // host; not in the page file
+    int GaugeStyle = 0;
+    double MaxValue = 0;
+    double MinValue = 0;
+    int Precision = 0;
+    int PrecisionNumeric = 0;
+    QString Tooltip;
+    QString Units;
+    QString Label;
+    int Steps = 0;
+    double StartAngle = 0;          // degrees
+    double EndAngle = 0;            // degrees
+    double Threshold = 0;
+    bool ThresholdEnabled = false;
+    bool NumericIndicatorEnabled = false;
+    QColor Foreground;              // invalid until read
+    QBrush auxBrush;                // host; not in the page file
+    QColor Background1 = QColor(0x78, 0x78, 0x78);
+    QColor Background2 = QColor(0x04, 0x04, 0x04);
+    QColor LedColor = QColor(0xFF, 0xFF, 0xFF);
+    QColor LedGlowColor = QColor(0x00, 0x00, 0xFF);
+    int TagId = -1;                 // -1: none
 };
+
+// Copies as copyTextItemData does: every field but `base`.
+TIRREL_EXPORT void copyRealTimeChartItemData(RealTimeChartItemLoadData_t *target,
+                                             const RealTimeChartItemLoadData_t *source);
+TIRREL_EXPORT void copyGaugeItemData(GaugeItemLoadData_t *target,
+                                     const GaugeItemLoadData_t *source);
+
+// ---- Table items ---------------------------------------------------------------------------
+
+// One cell of a table, held by value in its row. A new cell holds the values a cell being read
+// starts from: font "Arial" at 18 pixels, colour #1F272E, spans 1, alignment 129 (Qt::AlignLeft
+// | Qt::AlignVCenter). Spans are stored as read, never applied.
+struct TIRREL_EXPORT TableCell
+{
+    QString cellText;
+    QFont cellFont;
+    QColor cellTextColor;
+    int cellRowSpan;
+    int cellColumnSpan;
+    int cellTextAlignment;          // Qt::Alignment bits
+
+    TableCell();
+};
+
+// A table of text cells (itemKind 7). Rows may hold different numbers of cells; column widths
+// are fractions of TableWidth. A new record is empty with width and height 0.
 struct TIRREL_EXPORT TableItemLoadData_t : ItemRecord
 {
+    QList<QList<TableCell>> rows;
+    int TableWidth = 0;
+    int TableHeight = 0;
+    QString StyleSheet;
+    QList<double> columnWidths;
+    QList<int> auxList;             // host; not in the page file
 };
+
+// Copies as copyTextItemData does: every field but `base` (rows and cells by value).
+TIRREL_EXPORT void copyTableItemData(TableItemLoadData_t *target,
+                                     const TableItemLoadData_t *source);
+
+// ---- Image, web frame and schedule items ---------------------------------------------------
+
+// A picture shown from an image file (itemKind 8). Only ImageFile is carried by the page file;
+// a file without it reads as "placeholder_image.png".
 struct TIRREL_EXPORT ImageItemLoadData_t : ItemRecord
 {
+    int auxValue1 = 0;              // host
+    int auxValue2 = 0;              // host
+    int auxValue3 = 0;              // host
+    bool auxFlag = false;           // host
+    QString auxText1;               // host
+    int auxValue4 = 0;              // host
+    QString auxText2;               // host
+    QString ImageFile;
 };
+
+// A frame showing the content at a web address (itemKind 9). Only Weblink is carried by the page
+// file; a new record, and one read from a file without it, shows defaultWeblink().
 struct TIRREL_EXPORT WebFrameItemLoadData_t : ItemRecord
 {
+    int auxValue1 = 0;              // host
+    int auxValue2 = 0;              // host
+    int auxValue3 = 0;              // host
+    bool auxFlag = false;           // host
+    QString auxText1;               // host
+    int auxValue4 = 0;              // host
+    QString Weblink = defaultWeblink();
+    QString auxText2;               // host
+
+    // The built-in address of a small default image.
+    static QString defaultWeblink();
 };
+
+// A schedule bound to a list of tags (itemKind 1, the code of a SCADA object: the page's list,
+// not the code, tells them apart).
 struct TIRREL_EXPORT ScheduleItemLoadData_t : ItemRecord
 {
+    QList<int> TagIDs;              // in file order, duplicates kept
 };
+
+// Copies as copyTextItemData does: every field but `base`.
+TIRREL_EXPORT void copyImageItemData(ImageItemLoadData_t *target,
+                                     const ImageItemLoadData_t *source);
+TIRREL_EXPORT void copyWebFrameItemData(WebFrameItemLoadData_t *target,
+                                        const WebFrameItemLoadData_t *source);
+TIRREL_EXPORT void copyScheduleItemData(ScheduleItemLoadData_t *target,
+                                        const ScheduleItemLoadData_t *source);
 
 // One page (operator screen) in memory.
 //
-// The page holds its item records by pointer and never creates or deletes one: copying or
-// moving a page copies or moves the pointers, so a copy lists the very same records as its
-// source, and destroying a page leaves its records alive. Records are deleted by erase() (the
-// SCADA objects) and otherwise by whoever holds the page. `layers` and `scrollTags` hold their
-// records by value. A moved-from page has empty lists.
+// The page holds its item records by pointer and its constructors, assignments and destructor
+// never create or delete one: copying or moving a page copies or moves the pointers, so a copy
+// lists the very same records as its source, and destroying a page leaves its records alive.
+// Records are deleted by erase() (the SCADA objects), by deleteAllItems() (every kind) and
+// otherwise by whoever holds the page; clone() makes a page with records of its own. `layers`
+// and `scrollTags` hold their records by value. A moved-from page has empty lists.
 class TIRREL_EXPORT ScaFileData
 {
 public:
@@ -246,16 +426,27 @@ public:
     ScaFileData &operator=(ScaFileData &&other) noexcept;
     ~ScaFileData();
 
-    // A deep copy, owned by the caller: every item record and base record is new, with equal
-    // field values; all page-level members are copied. Issues no new identifiers.
+    // A deep copy that the caller owns together with its item records: every item record and
+    // base record is new, with the field values of the source's (a SCADA object's auxEntries
+    // are new entries with copies of the data); lists keep their order and all page-level
+    // members are copied. Issues no new identifiers: Uid, pageID, pageName and fileName stay.
+    // A null entry in an item list stays null in the copy.
     ScaFileData *clone();
-    // Empties scadaObjects without deleting the records.
+    // Empties scadaObjects without deleting the records, which stay valid for whoever holds
+    // them (and are theirs to delete). Nothing else changes.
     void clear();
-    // Deletes the SCADA object records and empties scadaObjects; other lists are left alone.
+    // Deletes the SCADA object records, one by one from the front, and empties scadaObjects.
+    // The other item lists and members are left alone; their records are not deleted.
     void erase();
-    // The first SCADA object whose Uid is uid, or null.
+    // Deletes every item record of every kind (with its base record) and empties the nine item
+    // lists; no other member changes. For holders of a page that are done with it: the page
+    // itself is not deleted. Copies of the page that list the same records are left holding
+    // dangling pointers, so only one holder of shared records may call it.
+    void deleteAllItems();
+    // The first SCADA object in scadaObjects whose Uid is uid, or null when there is none.
     ScadaObjectLoadData_t *getBlock(int uid);
-    // The stored list of tag ids for the template, or an empty list when there is none.
+    // The value stored in templateTagIdsInUse under exactly that template name, as a list (an
+    // empty list when the name is not a key). A found entry is also written to the debug output.
     QList<QVariant> getTemplateTagIdsInUse(QString templateName);
 };
 

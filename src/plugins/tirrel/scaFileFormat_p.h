@@ -314,4 +314,15 @@ inline void writeEnvelope(QXmlStreamWriter &w, const ItemBaseData_t &base)
     writeEnvelope(w, base, [] {});
 }
 
+// ---- Item records --------------------------------------------------------------------------
+
+// The copy function of a kind whose fields are all values: every field but `base` (record
+// assignment leaves the base record alone). Null or identical arguments change nothing.
+template <typename Record>
+void copyRecordFields(Record *target, const Record *source)
+{
+    if (target && source && target != source)
+        *target = *source;
+}
+
 } // namespace PageXml

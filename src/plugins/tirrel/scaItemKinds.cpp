@@ -8,7 +8,7 @@
 namespace {
 
 // A table entry from the kind's page list, reader, content writer and copy function; the record
-// type follows from the reader.
+// type follows from the reader, and the deletion of a page's records from the list.
 template <auto List, auto Read, auto Write, auto Copy>
 ItemKind makeItemKind(const QString &itemType)
 {
@@ -47,8 +47,14 @@ ItemKind makeItemKind(const QString &itemType)
             }
             target->*List = copies;
         }
+        static void deleteAll(ScaFileData *page)
+        {
+            // Emptied before the records go, so the list never holds a deleted record.
+            const QList<Record *> records = qExchange(page->*List, QList<Record *>());
+            qDeleteAll(records);
+        }
     };
-    return {itemType, &Ops::read, &Ops::write, &Ops::copy};
+    return {itemType, &Ops::read, &Ops::write, &Ops::copy, &Ops::deleteAll};
 }
 
 const QString ScadaObjectType = QStringLiteral("ScadaObject");
@@ -57,12 +63,26 @@ const QString ScadaObjectType = QStringLiteral("ScadaObject");
 
 const QVector<ItemKind> &itemKinds()
 {
-    // Writing order. Further kinds go in this order: "TextItem", "ScheduleItem", "RTChartItem",
-    // "DbqTextItem", "TableItem", "ImageItem", "GaugeItem", "WebFrameItem". Reading matches the
-    // texts exactly, so the order does not matter there.
+    // Writing order. Reading matches the texts exactly, so the order does not matter there.
     static const QVector<ItemKind> kinds = {
         makeItemKind<&ScaFileData::scadaObjects, &ScaFileProcessor::scadaObjectFromXML,
                      &writeScadaObject, &copyScadaObjectData>(ScadaObjectType),
+        makeItemKind<&ScaFileData::textItems, &ScaFileProcessor::textItemFromXML,
+                     &writeTextItem, &copyTextItemData>(QStringLiteral("TextItem")),
+        makeItemKind<&ScaFileData::scheduleItems, &ScaFileProcessor::schItemFromXML,
+                     &writeScheduleItem, &copyScheduleItemData>(QStringLiteral("ScheduleItem")),
+        makeItemKind<&ScaFileData::rtChartItems, &ScaFileProcessor::rtchartItemFromXML,
+                     &writeRealTimeChartItem, &copyRealTimeChartItemData>(QStringLiteral("RTChartItem")),
+        makeItemKind<&ScaFileData::dbqTextItems, &ScaFileProcessor::dbqTextItemFromXML,
+                     &writeDbQueryTextItem, &copyDbQueryTextItemData>(QStringLiteral("DbqTextItem")),
+        makeItemKind<&ScaFileData::tableItems, &ScaFileProcessor::tableItemFromXML,
+                     &writeTableItem, &copyTableItemData>(QStringLiteral("TableItem")),
+        makeItemKind<&ScaFileData::imageItems, &ScaFileProcessor::imageItemFromXML,
+                     &writeImageItem, &copyImageItemData>(QStringLiteral("ImageItem")),
+        makeItemKind<&ScaFileData::gaugeItems, &ScaFileProcessor::gaugeItemFromXML,
+                     &writeGaugeItem, &copyGaugeItemData>(QStringLiteral("GaugeItem")),
+        makeItemKind<&ScaFileData::webFrameItems, &ScaFileProcessor::webFrameItemFromXML,
+                     &writeWebFrameItem, &copyWebFrameItemData>(QStringLiteral("WebFrameItem")),
     };
     return kinds;
 }

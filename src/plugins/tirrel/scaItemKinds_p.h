@@ -3,8 +3,9 @@
 // The kinds of page items, in one table (scaItemKinds.cpp): each entry ties the "ItemType" text
 // to the kind's reader (ScaFileProcessor::*FromXML), its content writer (declared below), its
 // copy function (declared with its record in scaFileData.h) and the page's list of that kind.
-// The page file reader dispatches through it, the writer emits the kinds in its order, and
-// ScaFileData::clone copies every kind through it.
+// The page file reader dispatches through it, the writer emits the kinds in its order,
+// ScaFileData::clone copies every kind through it and ScaFileData::deleteAllItems deletes every
+// kind through it (the deletion comes with makeItemKind, from the list alone).
 //
 // Adding a kind: its record and copy function in scaFileData.h, its reader in
 // scaFileProcessor.h, its content writer here, the three defined in the kind's own source file,
@@ -28,6 +29,8 @@ struct ItemKind
     void (*write)(QXmlStreamWriter &writer, const ScaFileData &page, const QString &itemType);
     // Replaces target's list of the kind by deep copies of the records in source's list.
     void (*copy)(const ScaFileData &source, ScaFileData *target);
+    // Deletes every record of the page's list of the kind and empties the list.
+    void (*deleteAll)(ScaFileData *page);
 };
 
 // Every kind, in the order the page file writer emits them.
@@ -40,3 +43,11 @@ const ItemKind *itemKindFor(const QDomElement &itemType);
 // Content writers: everything of one "Item" after its "ItemType" element (the envelope or the
 // kind's own geometry form, then the kind's elements). Defined beside the kind's reader.
 void writeScadaObject(QXmlStreamWriter &writer, const ScadaObjectLoadData_t &item);
+void writeTextItem(QXmlStreamWriter &writer, const TextItemLoadData_t &item);
+void writeDbQueryTextItem(QXmlStreamWriter &writer, const DbQueryTextItemLoadData_t &item);
+void writeRealTimeChartItem(QXmlStreamWriter &writer, const RealTimeChartItemLoadData_t &item);
+void writeGaugeItem(QXmlStreamWriter &writer, const GaugeItemLoadData_t &item);
+void writeTableItem(QXmlStreamWriter &writer, const TableItemLoadData_t &item);
+void writeImageItem(QXmlStreamWriter &writer, const ImageItemLoadData_t &item);
+void writeWebFrameItem(QXmlStreamWriter &writer, const WebFrameItemLoadData_t &item);
+void writeScheduleItem(QXmlStreamWriter &writer, const ScheduleItemLoadData_t &item);

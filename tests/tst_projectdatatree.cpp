@@ -1,0 +1,503 @@
+// The project data tree: look-ups across pages in the hash's own order, identifiers drawn with
+// qrand, copies and moves that share the pages, and selfDestruct, which deletes every page with
+// all of its item records.
+
+#include "recordProbe.h"
+
+#include <projectDataTree.h>
+
+#include <QtTest>
+
+#include <algorithm>
+
+namespace {
+
+ScadaObjectLoadData_t *makeObject(int uid, const QString &component = QString())
+{
+    auto *o = new ScadaObjectLoadData_t;
+    o->Uid = uid;
+    o->componentUid = component;
+    return o;
+}
+
+ScaFileData *makePage(int pageId, const QString &fileName, const QList<int> &uids = {})
+{
+    auto *page = new ScaFileData;
+    page->pageProperties.pageID = pageId;
+    page->pageProperties.fileName = fileName;
+    for (int uid : uids)
+        page->scadaObjects << makeObject(uid);
+    return page;
+}
+
+// One record of every kind, marked by the probe.
+void addEveryKind(ScaFileData *page, RecordProbe &probe)
+{
+    page->scadaObjects << probe.mark(makeObject(700));
+    page->textItems << probe.mark(new TextItemLoadData_t);
+    page->scheduleItems << probe.mark(new ScheduleItemLoadData_t);
+    page->rtChartItems << probe.mark(new RealTimeChartItemLoadData_t);
+    page->dbqTextItems << probe.mark(new DbQueryTextItemLoadData_t);
+    page->tableItems << probe.mark(new TableItemLoadData_t);
+    page->gaugeItems << probe.mark(new GaugeItemLoadData_t);
+    page->imageItems << probe.mark(new ImageItemLoadData_t);
+    page->webFrameItems << probe.mark(new WebFrameItemLoadData_t);
+}
+
+// The keys of the tree's pages in the order every look-up walks them.
+QStringList walkOrder(const ProjectDataTree &tree)
+{
+    QStringList keys;
+    for (auto it = tree.pages.cbegin(); it != tree.pages.cend(); ++it)
+        keys << it.key();
+    return keys;
+}
+
+// The first of `candidates` in the walking order.
+QString firstInWalk(const ProjectDataTree &tree, const QStringList &candidates)
+{
+    for (const QString &key : walkOrder(tree)) {
+        if (candidates.contains(key))
+            return key;
+    }
+    return QString();
+}
+
+// Seeds the generator and returns its next `count` numbers; seeding again with the same seed
+// replays them.
+QT_WARNING_PUSH
+QT_WARNING_DISABLE_DEPRECATED
+void seed(uint value)
+{
+    qsrand(value);
+}
+QList<int> draws(uint value, int count)
+{
+    qsrand(value);
+    QList<int> numbers;
+    for (int i = 0; i < count; ++i)
+        numbers << qrand();
+    return numbers;
+}
+QT_WARNING_POP
+
+// Deletes every page of the tree with its records (without selfDestruct, for the look-up tests).
+struct TreeCleanup
+{
+    ProjectDataTree &tree;
+    ~TreeCleanup()
+    {
+        QSet<ScaFileData *> done;
+        for (ScaFileData *page : qAsConst(tree.pages)) {
+            if (!page || done.contains(page))
+                continue;
+            done << page;
+            page->erase();
+            page->deleteAllItems();
+            delete page;
+        }
+        tree.pages.clear();
+    }
+};
+
+// A project of three pages: "a.xml" (page 1, objects 10, 11), "b.xml" (page 2, object 20) and
+// a page kept under "renamed.xml" whose own fileName is "c.xml" (page 3, objects 30, 31).
+void fillProject(ProjectDataTree &tree)
+{
+    tree.pages.insert(QStringLiteral("a.xml"), makePage(1, QStringLiteral("a.xml"), {10, 11}));
+    tree.pages.insert(QStringLiteral("b.xml"), makePage(2, QStringLiteral("b.xml"), {20}));
+    tree.pages.insert(QStringLiteral("renamed.xml"),
+                      makePage(3, QStringLiteral("c.xml"), {30, 31}));
+}
+
+} // namespace
+
+class tst_ProjectDataTree : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void construction();
+    void emptyTree();
+    void lookUpsByUid_data();
+    void lookUpsByUid();
+    void lookUpsByPageId_data();
+    void lookUpsByPageId();
+    void lookUpsByName_data();
+    void lookUpsByName();
+    void nullEntriesPassedOver();
+    void walkOrderDecidesBetweenPages();
+    void projectComponents();
+    void requestUniqueId_data();
+    void requestUniqueId();
+    void requestUniqueIdAcrossPages();
+    void copySharesPages_data();
+    void copySharesPages();
+    void move_data();
+    void move();
+    void selfDestruct();
+    void selfDestructEmptyTree();
+};
+
+void tst_ProjectDataTree::construction()
+{
+    const ProjectDataTree tree;
+    QCOMPARE(tree.auxFlag1, false);
+    QVERIFY(tree.pages.isEmpty());
+    for (const QString &t :
+         {tree.auxText1, tree.auxText2, tree.auxText3, tree.auxText4, tree.auxText5})
+        QVERIFY(t.isEmpty());
+    QCOMPARE(tree.auxValue1, 0);
+    QCOMPARE(tree.auxValue2, 0);
+    QCOMPARE(tree.auxFlag2, false);
+    QCOMPARE(tree.auxFlag3, false);
+    QCOMPARE(tree.auxFlag4, false);
+    QCOMPARE(tree.auxFlag5, false);
+}
+
+void tst_ProjectDataTree::emptyTree()
+{
+    const ProjectDataTree tree;
+    QVERIFY(!tree.containsFileName(QString()));
+    QVERIFY(!tree.containsFileName(QStringLiteral("a.xml")));
+    QVERIFY(!tree.getFiledataWithName(QStringLiteral("a.xml")));
+    QVERIFY(!tree.getFiledataWithPageId(-1));
+    QVERIFY(!tree.getBlock(0));
+    QVERIFY(tree.getFileNameWithPageId(-1).isNull());
+    QVERIFY(tree.getFileNameContainingBlock(0).isNull());
+    QVERIFY(tree.getAllBlocks().isEmpty());
+    QVERIFY(tree.getProjectComponents().isEmpty());
+    const QList<int> expected = draws(77, 1);
+    seed(77);
+    QCOMPARE(tree.requestUniqueId(), expected.first());
+}
+
+void tst_ProjectDataTree::lookUpsByUid_data()
+{
+    QTest::addColumn<int>("uid");
+    QTest::addColumn<QString>("key");   // page holding it; empty: none
+    QTest::addColumn<int>("index");     // in that page's scadaObjects
+    QTest::newRow("first object of a page") << 10 << "a.xml" << 0;
+    QTest::newRow("second object of a page") << 11 << "a.xml" << 1;
+    QTest::newRow("only object of a page") << 20 << "b.xml" << 0;
+    QTest::newRow("page whose key is not its fileName") << 31 << "renamed.xml" << 1;
+    QTest::newRow("no such object") << 12 << "" << -1;
+    QTest::newRow("a page id is not an object id") << 1 << "" << -1;
+}
+
+void tst_ProjectDataTree::lookUpsByUid()
+{
+    QFETCH(int, uid);
+    QFETCH(QString, key);
+    QFETCH(int, index);
+    ProjectDataTree tree;
+    TreeCleanup cleanup{tree};
+    fillProject(tree);
+    const ScadaObjectLoadData_t *expected =
+        key.isEmpty() ? nullptr : tree.pages.value(key)->scadaObjects.at(index);
+    QCOMPARE(tree.getBlock(uid), expected);
+    QCOMPARE(tree.getFileNameContainingBlock(uid), key);
+    QCOMPARE(tree.getFileNameContainingBlock(uid).isNull(), key.isEmpty());
+}
+
+void tst_ProjectDataTree::lookUpsByPageId_data()
+{
+    QTest::addColumn<int>("pageId");
+    QTest::addColumn<QString>("key");       // page found; empty: none
+    QTest::addColumn<QString>("fileName");  // expected getFileNameWithPageId
+    QTest::newRow("page 1") << 1 << "a.xml" << "a.xml";
+    QTest::newRow("page 2") << 2 << "b.xml" << "b.xml";
+    QTest::newRow("key differs from fileName: the field wins") << 3 << "renamed.xml" << "c.xml";
+    QTest::newRow("no such page") << 4 << "" << "";
+    QTest::newRow("no page id") << -1 << "" << "";
+}
+
+void tst_ProjectDataTree::lookUpsByPageId()
+{
+    QFETCH(int, pageId);
+    QFETCH(QString, key);
+    QFETCH(QString, fileName);
+    ProjectDataTree tree;
+    TreeCleanup cleanup{tree};
+    fillProject(tree);
+    QCOMPARE(tree.getFiledataWithPageId(pageId), key.isEmpty() ? nullptr : tree.pages.value(key));
+    QCOMPARE(tree.getFileNameWithPageId(pageId), fileName);
+}
+
+void tst_ProjectDataTree::lookUpsByName_data()
+{
+    QTest::addColumn<QString>("name");
+    QTest::addColumn<bool>("found");
+    QTest::newRow("key") << "a.xml" << true;
+    QTest::newRow("key of a renamed page") << "renamed.xml" << true;
+    QTest::newRow("fileName that is not a key") << "c.xml" << false;
+    QTest::newRow("other letter case") << "A.xml" << false;
+    QTest::newRow("prefix of a key") << "a.x" << false;
+    QTest::newRow("empty name") << "" << false;
+}
+
+void tst_ProjectDataTree::lookUpsByName()
+{
+    QFETCH(QString, name);
+    QFETCH(bool, found);
+    ProjectDataTree tree;
+    TreeCleanup cleanup{tree};
+    fillProject(tree);
+    QCOMPARE(tree.containsFileName(name), found);
+    QCOMPARE(tree.getFiledataWithName(name), found ? tree.pages.value(name) : nullptr);
+}
+
+void tst_ProjectDataTree::nullEntriesPassedOver()
+{
+    ProjectDataTree tree;
+    TreeCleanup cleanup{tree};
+    tree.pages.insert(QStringLiteral("null.xml"), nullptr);
+    ScaFileData *page = makePage(5, QStringLiteral("p.xml"));
+    page->scadaObjects << nullptr << makeObject(6, QStringLiteral("c")) << nullptr;
+    tree.pages.insert(QStringLiteral("p.xml"), page);
+    QVERIFY(tree.containsFileName(QStringLiteral("null.xml")));
+    QVERIFY(!tree.getFiledataWithName(QStringLiteral("null.xml")));
+    QCOMPARE(tree.getFiledataWithPageId(5), page);
+    QCOMPARE(tree.getBlock(6), page->scadaObjects.at(1));
+    QCOMPARE(tree.getAllBlocks(), QList<ScadaObjectLoadData_t *>{page->scadaObjects.at(1)});
+    QCOMPARE(tree.getProjectComponents(), QSet<QString>{QStringLiteral("c")});
+    QVERIFY(tree.getFileNameContainingBlock(0).isEmpty());
+}
+
+void tst_ProjectDataTree::walkOrderDecidesBetweenPages()
+{
+    // Eight pages, each with a SCADA object of Uid 42 and the page id 9, inserted in an order
+    // that is neither sorted nor the hash's: the first page of the hash's walk answers.
+    ProjectDataTree tree;
+    TreeCleanup cleanup{tree};
+    const QStringList keys = {"p5.xml", "p2.xml", "p7.xml", "p0.xml",
+                              "p3.xml", "p6.xml", "p1.xml", "p4.xml"};
+    int uid = 100;
+    for (const QString &key : keys) {
+        ScaFileData *page = makePage(9, key, {uid, 42, uid + 1});
+        uid += 10;
+        tree.pages.insert(key, page);
+    }
+    const QStringList order = walkOrder(tree);
+    const QString first = order.first();
+    QCOMPARE(tree.getBlock(42), tree.pages.value(first)->scadaObjects.at(1));
+    QCOMPARE(tree.getFileNameContainingBlock(42), first);
+    QCOMPARE(tree.getFiledataWithPageId(9), tree.pages.value(first));
+    QCOMPARE(tree.getFileNameWithPageId(9), first);
+
+    // Equal Uids on two given pages: whichever of the two the walk meets first.
+    const QString second = firstInWalk(tree, {keys.at(2), keys.at(6)});
+    tree.pages.value(keys.at(2))->scadaObjects.at(0)->Uid = 5;
+    tree.pages.value(keys.at(6))->scadaObjects.at(2)->Uid = 5;
+    QCOMPARE(tree.getFileNameContainingBlock(5), second);
+
+    // All blocks: page by page in the walk's order, each page's objects in list order.
+    QList<ScadaObjectLoadData_t *> expected;
+    for (const QString &key : order)
+        expected += tree.pages.value(key)->scadaObjects;
+    QCOMPARE(tree.getAllBlocks(), expected);
+}
+
+void tst_ProjectDataTree::projectComponents()
+{
+    ProjectDataTree tree;
+    TreeCleanup cleanup{tree};
+    ScaFileData *a = makePage(1, QStringLiteral("a.xml"));
+    a->scadaObjects << makeObject(1, QStringLiteral("A")) << makeObject(2)
+                    << makeObject(3, QStringLiteral("A"));
+    tree.pages.insert(QStringLiteral("a.xml"), a);
+    QCOMPARE(tree.getProjectComponents(), (QSet<QString>{QStringLiteral("A"), QString()}));
+
+    ScaFileData *b = makePage(2, QStringLiteral("b.xml"));
+    b->scadaObjects << makeObject(4, QStringLiteral("B")) << makeObject(5, QStringLiteral("a"));
+    tree.pages.insert(QStringLiteral("b.xml"), b);
+    QCOMPARE(tree.getProjectComponents(),
+             (QSet<QString>{QStringLiteral("A"), QString(), QStringLiteral("B"),
+                            QStringLiteral("a")}));
+
+    // Without objects lacking a component, the empty text is not in the set.
+    a->scadaObjects.at(1)->componentUid = QStringLiteral("B");
+    QCOMPARE(tree.getProjectComponents(),
+             (QSet<QString>{QStringLiteral("A"), QStringLiteral("B"), QStringLiteral("a")}));
+}
+
+void tst_ProjectDataTree::requestUniqueId_data()
+{
+    // The Uids of one page's SCADA objects: n >= 0 stands for the n-th number the generator
+    // gives after seeding, a negative value for itself (qrand never gives one).
+    QTest::addColumn<uint>("seedValue");
+    QTest::addColumn<QList<int>>("uids");
+    QTest::addColumn<int>("expected"); // index of the expected draw
+    QTest::newRow("no objects") << 1u << QList<int>() << 0;
+    QTest::newRow("no collision") << 1u << QList<int>{-1, -2} << 0;
+    QTest::newRow("first draw taken") << 2u << QList<int>{-5, 0} << 1;
+    QTest::newRow("collisions in walking order") << 3u << QList<int>{0, -1, 1, 2} << 3;
+    QTest::newRow("one walk only: passed object not seen again") << 4u << QList<int>{1, 0} << 1;
+    QTest::newRow("same Uid twice") << 5u << QList<int>{0, 0} << 1;
+    QTest::newRow("later draw taken before it comes up") << 6u << QList<int>{2, 0, 1} << 2;
+}
+
+void tst_ProjectDataTree::requestUniqueId()
+{
+    QFETCH(uint, seedValue);
+    QFETCH(QList<int>, uids);
+    QFETCH(int, expected);
+    const QList<int> numbers = draws(seedValue, 8);
+    // The test needs the draws to differ, which any sensible generator gives for these seeds.
+    QCOMPARE(QSet<int>(numbers.begin(), numbers.end()).size(), numbers.size());
+    QList<int> objectUids;
+    for (int u : uids)
+        objectUids << (u >= 0 ? numbers.at(u) : u);
+
+    ProjectDataTree tree;
+    TreeCleanup cleanup{tree};
+    tree.pages.insert(QStringLiteral("page.xml"),
+                      makePage(1, QStringLiteral("page.xml"), objectUids));
+    seed(seedValue);
+    QCOMPARE(tree.requestUniqueId(), numbers.at(expected));
+    // Nothing is stored: the same seeding gives the same answer, and no object changed.
+    seed(seedValue);
+    QCOMPARE(tree.requestUniqueId(), numbers.at(expected));
+    QList<int> after;
+    for (const ScadaObjectLoadData_t *o : tree.getAllBlocks())
+        after << o->Uid;
+    QCOMPARE(after, objectUids);
+}
+
+void tst_ProjectDataTree::requestUniqueIdAcrossPages()
+{
+    // Page "x" holds the first draw, page "y" the second. Walking x first meets the first draw,
+    // redraws, and then meets the second: a third draw. Walking y first passes the second draw
+    // before it is current: the answer is the second draw, equal to y's object.
+    const QList<int> numbers = draws(11, 3);
+    ProjectDataTree tree;
+    TreeCleanup cleanup{tree};
+    tree.pages.insert(QStringLiteral("x"), makePage(1, QStringLiteral("x"), {numbers.at(0)}));
+    tree.pages.insert(QStringLiteral("y"), makePage(2, QStringLiteral("y"), {numbers.at(1)}));
+    const bool xFirst =
+        firstInWalk(tree, {QStringLiteral("x"), QStringLiteral("y")}) == QLatin1String("x");
+    seed(11);
+    QCOMPARE(tree.requestUniqueId(), numbers.at(xFirst ? 2 : 1));
+}
+
+void tst_ProjectDataTree::copySharesPages_data()
+{
+    QTest::addColumn<bool>("assign");
+    QTest::newRow("copy constructor") << false;
+    QTest::newRow("copy assignment") << true;
+}
+
+void tst_ProjectDataTree::copySharesPages()
+{
+    QFETCH(bool, assign);
+    ProjectDataTree tree;
+    TreeCleanup cleanup{tree};
+    fillProject(tree);
+    tree.auxFlag1 = true;
+    tree.auxText3 = QStringLiteral("three");
+    tree.auxValue2 = 12;
+    tree.auxFlag5 = true;
+    {
+        ProjectDataTree copy;
+        if (assign)
+            copy = tree;
+        ProjectDataTree constructed(tree);
+        const ProjectDataTree &c = assign ? copy : constructed;
+        QCOMPARE(c.auxFlag1, true);
+        QCOMPARE(c.auxText3, QStringLiteral("three"));
+        QCOMPARE(c.auxValue2, 12);
+        QCOMPARE(c.auxFlag5, true);
+        QCOMPARE(c.pages, tree.pages);
+        for (int uid : {10, 11, 20, 30, 31, 99}) {
+            QCOMPARE(c.getBlock(uid), tree.getBlock(uid));
+            QCOMPARE(c.getFileNameContainingBlock(uid), tree.getFileNameContainingBlock(uid));
+        }
+        for (int id : {1, 2, 3, 4}) {
+            QCOMPARE(c.getFiledataWithPageId(id), tree.getFiledataWithPageId(id));
+            QCOMPARE(c.getFileNameWithPageId(id), tree.getFileNameWithPageId(id));
+        }
+        for (const char *name : {"a.xml", "renamed.xml", "c.xml"}) {
+            QCOMPARE(c.containsFileName(name), tree.containsFileName(name));
+            QCOMPARE(c.getFiledataWithName(name), tree.getFiledataWithName(name));
+        }
+        QCOMPARE(c.getAllBlocks(), tree.getAllBlocks());
+        QCOMPARE(c.getProjectComponents(), tree.getProjectComponents());
+    }
+    // Destroying the copies deleted nothing.
+    QCOMPARE(tree.getAllBlocks().size(), 5);
+    QCOMPARE(tree.getBlock(31)->Uid, 31);
+}
+
+void tst_ProjectDataTree::move_data()
+{
+    QTest::addColumn<bool>("assign");
+    QTest::newRow("move constructor") << false;
+    QTest::newRow("move assignment") << true;
+}
+
+void tst_ProjectDataTree::move()
+{
+    QFETCH(bool, assign);
+    ProjectDataTree source;
+    fillProject(source);
+    source.auxText1 = QStringLiteral("one");
+    source.auxValue1 = 3;
+    const QHash<QString, ScaFileData *> pages = source.pages;
+    const QList<ScadaObjectLoadData_t *> blocks = source.getAllBlocks();
+
+    ProjectDataTree target;
+    TreeCleanup cleanup{target};
+    if (assign) {
+        target = std::move(source);
+    } else {
+        ProjectDataTree moved(std::move(source));
+        target = moved; // copies share the pages; `moved` deletes nothing
+    }
+    QCOMPARE(target.pages, pages);
+    QCOMPARE(target.getAllBlocks(), blocks);
+    QCOMPARE(target.auxText1, QStringLiteral("one"));
+    QCOMPARE(target.auxValue1, 3);
+    QVERIFY(source.pages.isEmpty());
+    QVERIFY(source.getAllBlocks().isEmpty());
+}
+
+void tst_ProjectDataTree::selfDestruct()
+{
+    RecordProbe records;
+    RecordProbe pages;
+    ProjectDataTree tree;
+    for (int i = 0; i < 3; ++i) {
+        ScaFileData *page = pages.markPage(makePage(i, QString()));
+        addEveryKind(page, records);
+        addEveryKind(page, records);
+        tree.pages.insert(QStringLiteral("page%1.xml").arg(i), page);
+    }
+    // The same page under a second key, a null entry and a page without items.
+    tree.pages.insert(QStringLiteral("alias.xml"), tree.pages.value(QStringLiteral("page1.xml")));
+    tree.pages.insert(QStringLiteral("null.xml"), nullptr);
+    tree.pages.insert(QStringLiteral("bare.xml"), pages.markPage(new ScaFileData));
+    const ProjectDataTree copy = tree; // copies delete nothing, and are not emptied by it
+    QCOMPARE(records.count(), 54);
+    QCOMPARE(records.alive(), 54);
+    QCOMPARE(pages.alive(), 4);
+
+    tree.selfDestruct();
+    QVERIFY(tree.pages.isEmpty());
+    QCOMPARE(records.alive(), 0);
+    QCOMPARE(pages.alive(), 0);
+    QCOMPARE(copy.pages.size(), 6);
+    tree.selfDestruct(); // nothing left
+    QVERIFY(tree.pages.isEmpty());
+}
+
+void tst_ProjectDataTree::selfDestructEmptyTree()
+{
+    ProjectDataTree tree;
+    tree.auxText1 = QStringLiteral("kept");
+    tree.selfDestruct();
+    QVERIFY(tree.pages.isEmpty());
+    QCOMPARE(tree.auxText1, QStringLiteral("kept"));
+}
+
+QTEST_GUILESS_MAIN(tst_ProjectDataTree)
+#include "tst_projectdatatree.moc"
