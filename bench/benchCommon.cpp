@@ -9,7 +9,9 @@
 #include <QTemporaryDir>
 #include <QXmlStreamWriter>
 
+#include <algorithm>
 #include <memory>
+#include <vector>
 
 namespace Bench {
 
@@ -123,44 +125,113 @@ double writerFloor(const TirrelGen::XmlTape &tape, const QString &path, int inde
     });
 }
 
-void paired(benchmark::State &state, const std::function<double()> &op,
-            const std::function<double()> &floor, qint64 bytes)
+namespace {
+
+double median(std::vector<double> v)
 {
-    if (state.range(0) <= 10000) {
+    if (v.empty())
+        return 0;
+    std::sort(v.begin(), v.end());
+    const size_t n = v.size();
+    return n % 2 ? v[n / 2] : (v[n / 2 - 1] + v[n / 2]) / 2;
+}
+
+Runs capped(Runs runs)
+{
+    const int cap = qEnvironmentVariableIntValue("TIRREL_BENCH_RUNS");
+    if (cap > 0) {
+        runs.minRuns = qMin(runs.minRuns, cap);
+        runs.maxRuns = qMin(runs.maxRuns, cap);
+    }
+    return runs;
+}
+
+bool moreRuns(const Runs &runs, int done, double seconds)
+{
+    return done < runs.minRuns || (done < runs.maxRuns && seconds < runs.minSeconds);
+}
+
+double measure(const std::function<double()> &f)
+{
+    evictCaches();
+    return f();
+}
+
+} // namespace
+
+void evictCaches()
+{
+    // Twice the 32 MiB last-level cache of the machines this runs on, written so that dirty
+    // lines of the measured data are pushed out too.
+    static std::vector<char> buffer(64 << 20);
+    static char round = 0;
+    ++round;
+    for (size_t i = 0; i < buffer.size(); i += 64)
+        buffer[i] = char(buffer[i] + round);
+    benchmark::DoNotOptimize(buffer.data());
+    benchmark::ClobberMemory();
+}
+
+void paired(benchmark::State &state, const std::function<double()> &op,
+            const std::function<double()> &floor, qint64 bytes, Runs runs)
+{
+    runs = capped(runs);
+    if (state.range(0) <= 10000 && runs.maxRuns > 1) {
         op();
         floor();
     }
-    double floorTotal = 0;
-    qint64 n = 0;
+    std::vector<double> opTimes, floorTimes, ratios;
+    double total = 0;
     for (auto _ : state) {
-        double opSeconds;
-        if (n % 2 == 0) {
-            opSeconds = op();
-            floorTotal += floor();
-        } else {
-            floorTotal += floor();
-            opSeconds = op();
+        while (moreRuns(runs, int(opTimes.size()), total)) {
+            double a;
+            double b;
+            if (opTimes.size() % 2 == 0) {
+                a = measure(op);
+                b = measure(floor);
+            } else {
+                b = measure(floor);
+                a = measure(op);
+            }
+            opTimes.push_back(a);
+            floorTimes.push_back(b);
+            ratios.push_back(b > 0 ? a / b : 0);
+            total += a;
         }
-        state.SetIterationTime(opSeconds);
-        ++n;
+        state.SetIterationTime(total / double(opTimes.size()));
     }
-    state.counters["floor"] = n ? floorTotal / double(n) : 0.0;
-    state.SetBytesProcessed(bytes * n);
-    state.SetItemsProcessed(state.range(0) * n);
+    const qint64 n = qint64(opTimes.size());
+    state.counters["median"] = median(opTimes);
+    state.counters["floor"] = median(floorTimes);
+    state.counters["ratio"] = median(ratios);
+    state.counters["runs"] = double(n);
+    // Per iteration, whose time is the mean run.
+    state.SetBytesProcessed(bytes);
+    state.SetItemsProcessed(state.range(0));
 }
 
-void single(benchmark::State &state, const std::function<double()> &op, qint64 bytes)
+void single(benchmark::State &state, const std::function<double()> &op, qint64 bytes, Runs runs)
 {
-    if (state.range(0) <= 10000)
+    runs = capped(runs);
+    if (state.range(0) <= 10000 && runs.maxRuns > 1)
         op();
-    qint64 n = 0;
+    std::vector<double> opTimes;
+    double total = 0;
     for (auto _ : state) {
-        state.SetIterationTime(op());
-        ++n;
+        while (moreRuns(runs, int(opTimes.size()), total)) {
+            const double a = measure(op);
+            opTimes.push_back(a);
+            total += a;
+        }
+        state.SetIterationTime(total / double(opTimes.size()));
     }
+    const qint64 n = qint64(opTimes.size());
+    state.counters["median"] = median(opTimes);
+    state.counters["runs"] = double(n);
     if (bytes)
-        state.SetBytesProcessed(bytes * n);
-    state.SetItemsProcessed(state.range(0) * n);
+        // Per iteration, whose time is the mean run.
+    state.SetBytesProcessed(bytes);
+    state.SetItemsProcessed(state.range(0));
 }
 
 } // namespace Bench

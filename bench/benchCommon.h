@@ -1,8 +1,12 @@
 #pragma once
 
 // Shared pieces of the benchmarks: the generated data (made once per size and kept for the
-// process), the scratch folder, timing, the floors, and the loop that measures an operation and
-// its floor in alternation so that both see the same machine load.
+// process), the scratch folder, timing, the floors, and the loops that measure an operation (and
+// its floor, in alternation, so that both see the same machine load).
+//
+// Every run starts with cold caches, as an operation of the editor does after whatever the user
+// did before; otherwise the smaller sizes, whose data stays in the cache between runs, would be
+// measured hot and the larger ones cold, and the linearity figures would measure the cache size.
 
 #include "tirrelGen.h"
 
@@ -20,6 +24,10 @@ namespace Bench {
 // Page, definition, object library and CSV sizes; project sizes (pages).
 #define TIRREL_BENCH_SIZES ->Arg(1000)->Arg(10000)->Arg(100000)
 #define TIRREL_BENCH_PROJECT_SIZES ->Arg(100)->Arg(1000)->Arg(10000)
+// Registers a benchmark whose runs paired() or single() make: one framework iteration, in
+// which they make as many runs as they need, timed by hand.
+#define TIRREL_BENCHMARK(fn, name, sizes, unit)                                                  \
+    BENCHMARK(fn)->Name(name) sizes->Iterations(1)->UseManualTime()->Unit(unit)
 
 // Items per page of the generated projects.
 constexpr int kProjectPageItems = 24;
@@ -43,6 +51,11 @@ inline double secondsSince(Clock::time_point t0)
 {
     return std::chrono::duration<double>(Clock::now() - t0).count();
 }
+
+// Evicts the data caches by walking a buffer twice the size of the largest cache.
+void evictCaches();
+
+// Runs f once and returns its seconds.
 template<typename F>
 double timed(F &&f)
 {
@@ -58,13 +71,27 @@ double domFloor(const QByteArray &bytes);
 double writerFloor(const TirrelGen::XmlTape &tape, const QString &path, int indent = 4,
                    QIODevice::OpenMode extraMode = QIODevice::NotOpen);
 
-// Each iteration runs op and floor once, in alternating order; both return the seconds of
-// their own timed part. The iteration time is op's (manual time); the mean floor goes to the
-// counter "floor" (seconds). bytes: processed per iteration, for the throughput. Sizes up to
-// 10,000 get one untimed warm-up run first (first-use costs such as the font database).
+// How many runs a benchmark makes: at least minRuns and until the operation has taken
+// minSeconds in all, but no more than maxRuns. TIRREL_BENCH_RUNS=<n> caps both counts at n
+// (the test suite's smoke run uses 1).
+struct Runs
+{
+    int minRuns = 5;
+    int maxRuns = 50;
+    double minSeconds = 1.0;
+};
+
+// Each run measures op and then floor, or floor and then op (alternating), each after evicting
+// the caches; both return the seconds of their own timed part (through timed()). Reports the
+// iteration time (op's mean) and the counters "median" (op's median run, seconds), "floor" (the
+// floor's median run), "ratio" (the median over the runs of op / floor, each pair measured back
+// to back) and "runs". bytes: processed
+// per run, for the throughput. Sizes up to 10,000 get one untimed warm-up run of each first
+// (first-use costs such as the font database).
 void paired(benchmark::State &state, const std::function<double()> &op,
-            const std::function<double()> &floor, qint64 bytes);
+            const std::function<double()> &floor, qint64 bytes, Runs runs = Runs());
 // The same without a floor.
-void single(benchmark::State &state, const std::function<double()> &op, qint64 bytes = 0);
+void single(benchmark::State &state, const std::function<double()> &op, qint64 bytes = 0,
+            Runs runs = Runs{5, 50, 0.2});
 
 } // namespace Bench

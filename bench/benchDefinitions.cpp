@@ -151,8 +151,8 @@ void watcherReload(benchmark::State &state)
 
 } // namespace
 
-BENCHMARK(definitionLoad)->Name("definition_load") TIRREL_BENCH_SIZES->UseManualTime()->Unit(benchmark::kMillisecond);
-BENCHMARK(definitionSave)->Name("definition_save") TIRREL_BENCH_SIZES->UseManualTime()->Unit(benchmark::kMillisecond);
-BENCHMARK(definitionModelSave)->Name("definition_model_save") TIRREL_BENCH_SIZES->UseManualTime()->Unit(benchmark::kMillisecond);
-BENCHMARK(csvImport)->Name("csv_import") TIRREL_BENCH_SIZES->UseManualTime()->Unit(benchmark::kMillisecond);
-BENCHMARK(watcherReload)->Name("watcher_reload") TIRREL_BENCH_SIZES->UseManualTime()->Unit(benchmark::kMillisecond);
+TIRREL_BENCHMARK(definitionLoad, "definition_load", TIRREL_BENCH_SIZES, benchmark::kMillisecond);
+TIRREL_BENCHMARK(definitionSave, "definition_save", TIRREL_BENCH_SIZES, benchmark::kMillisecond);
+TIRREL_BENCHMARK(definitionModelSave, "definition_model_save", TIRREL_BENCH_SIZES, benchmark::kMillisecond);
+TIRREL_BENCHMARK(csvImport, "csv_import", TIRREL_BENCH_SIZES, benchmark::kMillisecond);
+TIRREL_BENCHMARK(watcherReload, "watcher_reload", TIRREL_BENCH_SIZES, benchmark::kMillisecond);

@@ -125,16 +125,16 @@ void engineBenchmark(benchmark::State &state, bool add)
         return;
     }
     const int inUse = objects + objects / 10;
-    for (auto _ : state) {
+    bool failed = false;
+    Bench::single(state, [&] {
         const ProbeResult r = runProbe(s, add ? 1 : 0);
         // Every object read, and the new one given the smallest free identifier.
-        if (r.catalogue != inUse + (add ? 1 : 0) || (add && r.uid != inUse)) {
-            state.SkipWithError("the engine did not read or add the objects as expected");
-            return;
-        }
-        state.SetIterationTime(add ? r.add : r.construct);
-    }
-    state.SetItemsProcessed(state.iterations() * objects);
+        if (r.catalogue != inUse + (add ? 1 : 0) || (add && r.uid != inUse))
+            failed = true;
+        return add ? r.add : r.construct;
+    }, 0, Bench::Runs{5, 5, 0});
+    if (failed)
+        state.SkipWithError("the engine did not read or add the objects as expected");
 }
 
 void libraryLoad(benchmark::State &state) { engineBenchmark(state, false); }
@@ -171,5 +171,5 @@ int engineProbe(int argc, char **argv)
 
 } // namespace Bench
 
-BENCHMARK(Bench::libraryLoad)->Name("library_load") TIRREL_BENCH_SIZES->UseManualTime()->Iterations(3)->Unit(benchmark::kMillisecond);
-BENCHMARK(Bench::libraryAddObject)->Name("library_add_object") TIRREL_BENCH_SIZES->UseManualTime()->Iterations(3)->Unit(benchmark::kMillisecond);
+TIRREL_BENCHMARK(Bench::libraryLoad, "library_load", TIRREL_BENCH_SIZES, benchmark::kMillisecond);
+TIRREL_BENCHMARK(Bench::libraryAddObject, "library_add_object", TIRREL_BENCH_SIZES, benchmark::kMillisecond);

@@ -68,7 +68,7 @@ void pageErase(benchmark::State &state)
 
 } // namespace
 
-BENCHMARK(pageLoad)->Name("page_load") TIRREL_BENCH_SIZES->UseManualTime()->Unit(benchmark::kMillisecond);
-BENCHMARK(pageSave)->Name("page_save") TIRREL_BENCH_SIZES->UseManualTime()->Unit(benchmark::kMillisecond);
-BENCHMARK(pageClone)->Name("page_clone") TIRREL_BENCH_SIZES->UseManualTime()->Unit(benchmark::kMillisecond);
-BENCHMARK(pageErase)->Name("page_erase") TIRREL_BENCH_SIZES->UseManualTime()->Unit(benchmark::kMillisecond);
+TIRREL_BENCHMARK(pageLoad, "page_load", TIRREL_BENCH_SIZES, benchmark::kMillisecond);
+TIRREL_BENCHMARK(pageSave, "page_save", TIRREL_BENCH_SIZES, benchmark::kMillisecond);
+TIRREL_BENCHMARK(pageClone, "page_clone", TIRREL_BENCH_SIZES, benchmark::kMillisecond);
+TIRREL_BENCHMARK(pageErase, "page_erase", TIRREL_BENCH_SIZES, benchmark::kMillisecond);

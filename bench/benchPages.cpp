@@ -12,15 +12,7 @@ void deletePage(ScaFileData *page)
 {
     if (!page)
         return;
-    page->erase();
-    qDeleteAll(page->textItems);
-    qDeleteAll(page->scheduleItems);
-    qDeleteAll(page->rtChartItems);
-    qDeleteAll(page->dbqTextItems);
-    qDeleteAll(page->tableItems);
-    qDeleteAll(page->gaugeItems);
-    qDeleteAll(page->imageItems);
-    qDeleteAll(page->webFrameItems);
+    page->deleteAllItems();
     delete page;
 }
 

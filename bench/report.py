@@ -1,13 +1,14 @@
 #!/usr/bin/env python3
 """Prints the benchmark table from Google Benchmark's JSON output and the memory probes.
 
-    report.py <benchmark json> [<memprobe dom json> <memprobe load json>]
+    report.py [--memory <memprobe dom json> <memprobe load json>] <benchmark json>...
 
 Every figure is a ratio within the one run, so the table holds on a busy machine: loads against
 the DOM floor (QDomDocument::setContent on the same bytes), saves against the writer floor (a
-bare QXmlStreamWriter replaying the same calls with ready-made texts), each pair measured in
-alternation; the cost at the largest size against the middle one (10 times fewer items); the
-peak heap of a page load against the bare DOM parse of the same bytes, each in its own process.
+bare QXmlStreamWriter replaying the same calls with ready-made texts), each operation and its
+floor measured back to back and the median of the per-run ratios taken; the median time at the
+largest size against the middle one (10 times fewer items); the peak heap of a page load
+against the bare DOM parse of the same bytes, each in its own process. Times are medians.
 """
 
 import json
@@ -79,24 +80,33 @@ def verdict(ok):
     return "PASS" if ok else "MISS"
 
 
-def load_runs(path):
-    with open(path) as f:
-        data = json.load(f)
-    runs = {}
-    for b in data.get("benchmarks", []):
-        if b.get("run_type") == "aggregate":
-            continue
-        parts = b["name"].split("/")
-        op, size = parts[0], int(parts[1])
-        entry = {"error": b.get("error_message")}
-        if not entry["error"]:
-            entry["time"] = b["real_time"] * UNIT_SECONDS[b["time_unit"]]
-            entry["bytes_per_second"] = b.get("bytes_per_second")
-            entry["items_per_second"] = b.get("items_per_second")
-            entry["floor"] = b.get("floor")
-            entry["identical"] = b.get("identical")
-        runs.setdefault(op, {})[size] = entry
-    return data.get("context", {}), runs
+def load_runs(paths):
+    context, runs = {}, {}
+    for path in paths:
+        with open(path) as f:
+            data = json.load(f)
+        context = context or data.get("context", {})
+        for b in data.get("benchmarks", []):
+            if b.get("run_type") == "aggregate":
+                continue
+            parts = b["name"].split("/")
+            op, size = parts[0], int(parts[1])
+            entry = {"error": b.get("error_message")}
+            if not entry["error"]:
+                mean = b["real_time"] * UNIT_SECONDS[b["time_unit"]]
+                # The median run where the benchmark reports it (the iteration time is a mean).
+                entry["time"] = b.get("median") or mean
+                scale = mean / entry["time"] if entry["time"] else 1.0
+                if b.get("bytes_per_second"):
+                    entry["bytes_per_second"] = b["bytes_per_second"] * scale
+                if b.get("items_per_second"):
+                    entry["items_per_second"] = b["items_per_second"] * scale
+                entry["floor"] = b.get("floor")
+                entry["ratio"] = b.get("ratio")
+                entry["runs"] = b.get("runs") or b.get("iterations")
+                entry["identical"] = b.get("identical")
+            runs.setdefault(op, {})[size] = entry
+    return context, runs
 
 
 def table(header, rows):
@@ -108,7 +118,11 @@ def table(header, rows):
 
 
 def main(argv):
-    context, runs = load_runs(argv[1])
+    args = argv[1:]
+    memory = None
+    if args[:1] == ["--memory"]:
+        memory, args = args[1:3], args[3:]
+    context, runs = load_runs(args)
     results = []   # (description, ok)
     main_rows = []
     linear_rows = []
@@ -129,7 +143,7 @@ def main(argv):
             floor = ratio = target_text = ""
             if floor_kind and r.get("floor"):
                 floor = f"{fmt_time(r['floor'])} ({floor_kind})"
-                q = r["time"] / r["floor"]
+                q = r["ratio"] if r.get("ratio") else r["time"] / r["floor"]
                 ratio = f"{q:.2f}"
                 ok = q <= target
                 target_text = f"≤ {target} {verdict(ok)}"
@@ -156,10 +170,10 @@ def main(argv):
     print()
     print(table(["operation", "sizes", "time", "time", "ratio", "target (linear)"], linear_rows))
 
-    if len(argv) >= 4:
-        with open(argv[2]) as f:
+    if memory:
+        with open(memory[0]) as f:
             dom = json.loads(f.read().strip().splitlines()[-1])
-        with open(argv[3]) as f:
+        with open(memory[1]) as f:
             load = json.loads(f.read().strip().splitlines()[-1])
         q = load["peak_heap"] / dom["peak_heap"]
         ok = q <= MEMORY_TARGET

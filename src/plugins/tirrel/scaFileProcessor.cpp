@@ -2,10 +2,11 @@
 
 #include "scaFileFormat_p.h"
 #include "scaItemKinds_p.h"
+#include "safeSave_p.h"
+#include "xmlLimits_p.h"
 
 #include <QDebug>
 #include <QDomDocument>
-#include <QSaveFile>
 #include <QSet>
 #include <QTime>
 
@@ -206,7 +207,7 @@ ScaFileProcessor::~ScaFileProcessor() = default;
 ScaFileData *ScaFileProcessor::loadFileData(const QByteArray &data, QString fileName)
 {
     QDomDocument document;
-    if (!document.setContent(data, false))
+    if (!checkXmlLimits(data) || !document.setContent(data, false))
         return nullptr;
     const QDomElement root = document.documentElement();
 
@@ -236,32 +237,27 @@ bool ScaFileProcessor::saveFileData(ScaFileData *page, QString fileName)
     if (!page)
         return false;
 
-    // The new content goes to a temporary file that replaces the page file only when complete,
-    // so a failed save never leaves a truncated page behind. Where no temporary file can be made
-    // beside it (a folder without write permission), the file is written in place.
-    QSaveFile file(fileName);
-    file.setDirectWriteFallback(true);
-    if (!file.open(QIODevice::WriteOnly))
-        return false;
+    const SaveResult result = saveFileSafely(fileName, QIODevice::NotOpen, [&](QIODevice &file) {
+        QXmlStreamWriter w(&file);
+        w.setAutoFormatting(true);
+        w.writeStartDocument();
+        w.writeStartElement(PageXml::ScadaFile);
 
-    QXmlStreamWriter w(&file);
-    w.setAutoFormatting(true);
-    w.writeStartDocument();
-    w.writeStartElement(PageXml::ScadaFile);
+        w.writeStartElement(PageXml::ItemList);
+        for (const ItemKind &kind : itemKinds())
+            kind.write(w, *page, kind.itemType);
+        w.writeEndElement(); // </ItemList>
 
-    w.writeStartElement(PageXml::ItemList);
-    for (const ItemKind &kind : itemKinds())
-        kind.write(w, *page, kind.itemType);
-    w.writeEndElement(); // </ItemList>
+        w.writeStartElement(PageXml::PageProperties);
+        writePageProperties(w, page->pageProperties, fileName);
+        PageXml::writeText(w, PageXml::layerOrder, layerListText(page->layers));
+        writePageGeometry(w, page->pageProperties.pageGeometry);
+        writeScrollTags(w, page->pageProperties.scrollTags);
+        w.writeEndElement(); // </PageProperties>
 
-    w.writeStartElement(PageXml::PageProperties);
-    writePageProperties(w, page->pageProperties, fileName);
-    PageXml::writeText(w, PageXml::layerOrder, layerListText(page->layers));
-    writePageGeometry(w, page->pageProperties.pageGeometry);
-    writeScrollTags(w, page->pageProperties.scrollTags);
-    w.writeEndElement(); // </PageProperties>
-
-    w.writeEndElement(); // </ScadaFile>
-    w.writeEndDocument();
-    return file.commit();
+        w.writeEndElement(); // </ScadaFile>
+        w.writeEndDocument();
+        return !w.hasError();
+    });
+    return result == SaveResult::Saved;
 }

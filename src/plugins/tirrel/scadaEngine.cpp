@@ -1,4 +1,8 @@
 #include "scadaEngine.h"
+#include "scadaEngine_p.h"
+#include "safeSave_p.h"
+#include "scaFileFormat_p.h"
+#include "xmlLimits_p.h"
 
 #include <QCoreApplication>
 #include <QDir>
@@ -143,18 +147,20 @@ ScadaLibObject *readObject(const QDomElement &element, bool isUserObject)
 
 void writeText(QXmlStreamWriter &writer, Field field, const QString &text)
 {
-    writer.writeTextElement(QLatin1String(FieldElements[field]), text);
+    writer.writeTextElement(QLatin1String(FieldElements[field]), PageXml::xmlSafe(text));
 }
 
-// Only these fields are kept for user objects; the others read back as 0.
+// Only these fields are kept for user objects; the others read back as 0. Texts lose the
+// characters XML cannot hold (as in page files), so that the file always reads again.
 void writeObject(QXmlStreamWriter &writer, const ScadaLibObject &object)
 {
     writer.writeStartElement(QLatin1String(ObjectElement));
-    writer.writeAttribute(QLatin1String(NameAttribute), object.name);
+    writer.writeAttribute(QLatin1String(NameAttribute), PageXml::xmlSafe(object.name));
     writeText(writer, CategoryField, object.objectCategory);
     writeText(writer, UidField, QString::number(object.objectUID));
     for (int i = 0; i < object.images.size(); ++i)
-        writer.writeTextElement(imageElementName(i + 1), QFileInfo(object.images.at(i)).fileName());
+        writer.writeTextElement(imageElementName(i + 1),
+                                PageXml::xmlSafe(QFileInfo(object.images.at(i)).fileName()));
     writer.writeEndElement(); // </object>
 }
 
@@ -178,20 +184,40 @@ void copyImage(const QString &source, const QString &destination)
     if (!out.open(QIODevice::WriteOnly))
         return;
     char buffer[64 * 1024];
+    bool copied = true;
     for (;;) {
         const qint64 n = in.read(buffer, sizeof buffer);
         if (n == 0)
             break;
         if (n < 0 || out.write(buffer, n) != n) {
-            out.cancelWriting();
-            return;
+            copied = false;
+            break;
         }
     }
-    if (out.commit())
+    if (finishSave(out, copied) == SaveResult::Saved)
         QFile::setPermissions(destination, in.permissions());
 }
 
 } // namespace
+
+bool readObjectLibrary(const QByteArray &data, bool isUserLibrary,
+                       QList<ScadaLibObject *> *objects)
+{
+    QDomDocument document;
+    QString errorMessage;
+    int errorLine = 0;
+    int errorColumn = 0;
+    if (!checkXmlLimits(data)
+            || !document.setContent(data, &errorMessage, &errorLine, &errorColumn)
+            || !errorMessage.isEmpty())
+        return false;
+
+    const QDomElement root = document.documentElement();
+    for (QDomElement element = root.firstChildElement(QLatin1String(ObjectElement));
+         !element.isNull(); element = element.nextSiblingElement(QLatin1String(ObjectElement)))
+        objects->append(readObject(element, isUserLibrary));
+    return true;
+}
 
 ScadaEngine *ScadaEngine::m_Instance = nullptr;
 
@@ -256,49 +282,36 @@ bool ScadaEngine::readLibDir(QString path)
         qDebug("%s", OpenErrorText);
         return false;
     }
-    QDomDocument document;
-    QString errorMessage;
-    int errorLine = 0;
-    int errorColumn = 0;
-    if (!document.setContent(file.readAll(), &errorMessage, &errorLine, &errorColumn)
-            || !errorMessage.isEmpty())
-        return false;
-
     const bool isUserLibrary = !file.fileName().contains(QLatin1String(StandardLibraryFile));
-    QList<ScadaLibObject *> &target = isUserLibrary ? userLibObjects : libObjects;
-    const QDomElement root = document.documentElement();
-    for (QDomElement element = root.firstChildElement(QLatin1String(ObjectElement));
-         !element.isNull(); element = element.nextSiblingElement(QLatin1String(ObjectElement))) {
-        ScadaLibObject *object = readObject(element, isUserLibrary);
+    QList<ScadaLibObject *> objects;
+    if (!readObjectLibrary(file.readAll(), isUserLibrary, &objects))
+        return false;
+    for (ScadaLibObject *object : qAsConst(objects))
         markUidUsed(object->objectUID);
-        target.append(object);
-    }
+    (isUserLibrary ? userLibObjects : libObjects) += objects;
     file.close();
     return true;
 }
 
 bool ScadaEngine::saveUserLibraryFile(QList<ScadaLibObject *> objects)
 {
-    // Written aside and renamed over the old file, so a failed write never leaves the user
-    // library half written; where that is impossible (a folder that cannot take new files) the
-    // file is written in place.
-    QSaveFile file(userLibPath + QLatin1String(UserLibraryFile));
-    file.setDirectWriteFallback(true);
-    if (!file.open(QIODevice::WriteOnly | QIODevice::Truncate)) {
+    const SaveResult result = saveFileSafely(userLibPath + QLatin1String(UserLibraryFile),
+                                             QIODevice::Truncate, [&objects](QIODevice &file) {
+        QXmlStreamWriter writer(&file);
+        writer.setAutoFormatting(true);
+        writer.writeStartDocument();
+        writer.writeStartElement(QLatin1String(RootElement));
+        for (const ScadaLibObject *object : qAsConst(objects)) {
+            if (object)
+                writeObject(writer, *object);
+        }
+        writer.writeEndElement(); // </scadaObjectTypes>
+        writer.writeEndDocument();
+        return !writer.hasError();
+    });
+    if (result == SaveResult::OpenFailed)
         qDebug("%s", OpenErrorText);
-        return false;
-    }
-    QXmlStreamWriter writer(&file);
-    writer.setAutoFormatting(true);
-    writer.writeStartDocument();
-    writer.writeStartElement(QLatin1String(RootElement));
-    for (const ScadaLibObject *object : qAsConst(objects)) {
-        if (object)
-            writeObject(writer, *object);
-    }
-    writer.writeEndElement(); // </scadaObjectTypes>
-    writer.writeEndDocument();
-    return file.commit();
+    return result == SaveResult::Saved;
 }
 
 void ScadaEngine::markUidUsed(int uid)

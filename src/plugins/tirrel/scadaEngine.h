@@ -57,7 +57,8 @@ struct TIRREL_EXPORT ScadaLibObject
 // a decimal integer reads as empty or 0 ("m_val" 2.5 reads as 0). Images are read from image1
 // upwards and stop at the first missing number. Records read from a file whose name contains
 // "objlib.xml" are standard objects, all others user objects. A file that cannot be opened
-// reports "dosya acilamadi" on the debug output; one that is not well-formed XML is skipped
+// reports "dosya acilamadi" on the debug output; one that is not well-formed XML, or that nests
+// elements more than 1024 deep or declares entities other than plain texts, is skipped
 // silently. Either way its list stays empty.
 class TIRREL_EXPORT ScadaEngine : public QObject
 {
@@ -86,9 +87,11 @@ public:
     void addUserObject(ScadaLibObject *object);
 
     // Writes `objects`, in list order, as the user library file: each with its name, category,
-    // identifier and image file names only. Returns false, leaving any earlier file in place,
-    // when the file cannot be written ("dosya acilamadi" on the debug output when it cannot be
-    // opened). Null entries are skipped.
+    // identifier and image file names only, texts without the characters XML cannot hold. The
+    // new file replaces the old one only once written completely. Returns false, leaving any
+    // earlier file in place, when the file cannot be opened ("dosya acilamadi" on the debug
+    // output) or written (a full disk, a quota). In a folder that cannot take new files while
+    // the file itself is writable, the file is written in place. Null entries are skipped.
     bool saveUserLibraryFile(QList<ScadaLibObject *> objects);
 
 private:

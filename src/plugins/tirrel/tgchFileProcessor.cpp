@@ -1,5 +1,9 @@
 #include "tgchFileProcessor.h"
 
+#include "safeSave_p.h"
+#include "scaFileFormat_p.h"
+#include "xmlLimits_p.h"
+
 #include <QBuffer>
 #include <QDomDocument>
 #include <QDomElement>
@@ -7,7 +11,6 @@
 #include <QHash>
 #include <QJsonDocument>
 #include <QJsonObject>
-#include <QSaveFile>
 #include <QStandardItemModel>
 #include <QXmlStreamWriter>
 
@@ -114,15 +117,18 @@ QString formatSubscribers(const QList<qint32> &list)
     return text + QLatin1Char('}');
 }
 
+// Texts lose the characters XML cannot hold (as in page files), so that a written file always
+// reads again: the stream writer would put them into CDATA sections as they are, and stop
+// writing anything sensible after an unpaired surrogate.
 void writeText(QXmlStreamWriter &w, const QString &name, const QString &text)
 {
-    w.writeTextElement(name, text);
+    w.writeTextElement(name, PageXml::xmlSafe(text));
 }
 
 void writeCData(QXmlStreamWriter &w, const QString &name, const QString &text)
 {
     w.writeStartElement(name);
-    w.writeCDATA(text);     // splits a "]]>" inside the text over two sections
+    w.writeCDATA(PageXml::xmlSafe(text));   // splits a "]]>" inside the text over two sections
     w.writeEndElement();
 }
 
@@ -427,21 +433,6 @@ void writeRecord(QXmlStreamWriter &w, const QString &element, const Field<R> (&f
     w.writeEndElement();
 }
 
-// Replaces the file at path with what write() puts into the device. The text goes to a
-// temporary file beside the target, renamed over it once complete, so a save that fails midway
-// leaves the old file intact; where no temporary file can be made there (a directory the user
-// cannot write to), the file is written in place.
-template <class Write>
-bool replaceFile(const QString &path, Write write)
-{
-    QSaveFile file(path);
-    file.setDirectWriteFallback(true);
-    if (!file.open(QIODevice::WriteOnly | QIODevice::Text))
-        return false;
-    write(file);
-    return file.commit();
-}
-
 // An auto-formatting XML stream writer whose output gathers in memory and goes to the file in
 // large blocks: the writer's many small writes cost much less on a plain buffer than on a file.
 class BlockWriter
@@ -464,14 +455,20 @@ public:
         constexpr qint64 blockSize = 1 << 20;
         if (!final && m_buffer.pos() < blockSize)
             return;
-        m_target.write(m_buffer.data().constData(), m_buffer.pos());
+        const qint64 size = m_buffer.pos();
+        if (!m_failed)
+            m_failed = m_target.write(m_buffer.data().constData(), size) != size;
         m_buffer.seek(0);   // the buffer is overwritten from its start, keeping its capacity
     }
+
+    // True when every block reached the file whole.
+    bool written() const { return !m_failed && !m_xml.hasError(); }
 
 private:
     QIODevice &m_target;
     QBuffer m_buffer;
     QXmlStreamWriter m_xml;
+    bool m_failed = false;
 };
 
 template <class R, std::size_t N>
@@ -559,6 +556,13 @@ const Column tagColumns[] = {
     {QStringLiteral("Formula"), 29, Plain},
 };
 
+// Both writers replace the file safely (safeSave_p.h), in text mode.
+template <class Write>
+bool writeDefinitionFile(const QString &path, Write write)
+{
+    return saveFileSafely(path, QIODevice::Text, write) == SaveResult::Saved;
+}
+
 template <std::size_t N>
 void writeRows(BlockWriter &out, const QString &list, const QString &element,
                const Column (&columns)[N], const QStandardItemModel &model)
@@ -604,7 +608,8 @@ FileDataTree *TgchFileProcessor::loadFileData(const QByteArray &data)
     QString errorMessage;
     int errorLine = 0;
     int errorColumn = 0;
-    const bool parsed = doc.setContent(data, false, &errorMessage, &errorLine, &errorColumn);
+    const bool parsed = checkXmlLimits(data)
+            && doc.setContent(data, false, &errorMessage, &errorLine, &errorColumn);
 
     auto *tree = new FileDataTree;
     auto *placeholder = new pKanalDef_t;
@@ -650,7 +655,7 @@ bool TgchFileProcessor::writeToFile(FileDataTree *tree, QString path)
 {
     if (!tree)
         return false;
-    return replaceFile(path, [tree](QIODevice &device) {
+    return writeDefinitionFile(path, [tree](QIODevice &device) {
         BlockWriter out(device, 4);
         out.xml().writeStartDocument();
         out.xml().writeStartElement(kRoot);
@@ -660,6 +665,7 @@ bool TgchFileProcessor::writeToFile(FileDataTree *tree, QString path)
         out.xml().writeEndElement();    // </CTDefinitions>
         out.xml().writeEndDocument();
         out.flush(true);
+        return out.written();
     });
 }
 
@@ -671,7 +677,7 @@ bool TgchFileProcessor::writeToFile(QStandardItemModel *channels, QStandardItemM
 {
     if (!channels || !tags)
         return false;
-    return replaceFile(path, [channels, tags](QIODevice &device) {
+    return writeDefinitionFile(path, [channels, tags](QIODevice &device) {
         BlockWriter out(device, 1);
         QXmlStreamWriter &w = out.xml();
         // Declared UTF-8, so that names outside ASCII read back the same whatever the system's
@@ -684,6 +690,7 @@ bool TgchFileProcessor::writeToFile(QStandardItemModel *channels, QStandardItemM
         w.writeEndElement();    // </CTDefinitions>
         w.writeEndDocument();
         out.flush(true);
+        return out.written();
     });
 }
 

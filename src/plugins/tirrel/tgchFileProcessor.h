@@ -31,7 +31,12 @@ class QStandardItemModel;
 // "GroupID" and a tag without "Kanal_Id" read -1 there, and a tag without "LogFilterOptions" (a
 // JSON object {"filtertype", "refval1", "refval2"}, null for a non-finite value) keeps 0, NaN,
 // NaN. Alarm "subscribers" are written as {3,17,42}, and real numbers with six significant
-// digits ("nan" and "inf" included), so that they may come back rounded.
+// digits ("nan" and "inf" included), so that they may come back rounded. Texts lose the
+// characters XML cannot hold when written.
+//
+// A document that nests elements more than 1024 deep, declares entities other than plain texts
+// or expands entities to more than 1,048,576 characters reads as a malformed one: no definition
+// file comes near that, and the parser could not take it safely.
 //
 // The channel named "None" is the placeholder for "no channel": every tree read from a definition
 // file starts with one built with the defaults below, and channels named "None" in the file are
@@ -195,7 +200,9 @@ public:
     // Writes every channel (the placeholder included), tag and alarm of tree, replacing the file
     // at path. The new contents go to a temporary file that replaces the old one only when it
     // was written completely, so a failure never costs the file that was there. Returns false
-    // when tree is null or the file cannot be opened or written; the tree is only read.
+    // when tree is null, when the file cannot be opened, or when writing fails (a full disk, a
+    // quota); the tree is only read. In a folder that cannot take new files while the file
+    // itself is writable, the file is written in place, and a write error leaves it incomplete.
     static bool writeToFile(FileDataTree *tree, QString path);
 
     // Writes the editor's channel and tag table models as a definition file without alarms

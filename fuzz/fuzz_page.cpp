@@ -1,0 +1,56 @@
+// The page reader on arbitrary bytes. What it reads is saved and read again: from the second
+// save on, saving what was read back must give the bytes of the save before.
+#include "fuzzSupport.h"
+
+#include <scaFileProcessor.h>
+
+namespace {
+
+void destroy(ScaFileData *page)
+{
+    page->deleteAllItems();
+    delete page;
+}
+
+// Saves the page to the scratch file, deletes it, and returns the bytes written.
+QByteArray saveAndDestroy(ScaFileData *page, const QString &path)
+{
+    const bool saved = ScaFileProcessor::saveFileData(page, path);
+    destroy(page);
+    if (!saved)
+        fuzz::fail("saving a page failed");
+    const QByteArray saved = fuzz::readAll(path);
+    fuzz::checkXmlCharacters(saved);
+    return saved;
+}
+
+ScaFileData *loadSaved(const QByteArray &bytes, const QString &path)
+{
+    ScaFileData *page = ScaFileProcessor::loadFileData(bytes, path);
+    if (!page)
+        fuzz::fail("a saved page does not load", bytes);
+    return page;
+}
+
+} // namespace
+
+extern "C" int LLVMFuzzerInitialize(int *, char ***)
+{
+    fuzz::silenceQt();
+    return 0;
+}
+
+extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
+{
+    const QString &path = fuzz::scratchFile("page.xml");
+    ScaFileData *page = ScaFileProcessor::loadFileData(
+            QByteArray(reinterpret_cast<const char *>(data), int(size)), path);
+    if (!page)
+        return 0;
+    const QByteArray save1 = saveAndDestroy(page, path);
+    const QByteArray save2 = saveAndDestroy(loadSaved(save1, path), path);
+    const QByteArray save3 = saveAndDestroy(loadSaved(save2, path), path);
+    if (save2 != save3)
+        fuzz::fail("saving a page read back changed the bytes", save2, save3);
+    return 0;
+}
