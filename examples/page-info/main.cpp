@@ -2,7 +2,7 @@
 // to the given output path (or a temporary file), as a host plug-in would.
 #include <tirrel.h>
 
-#include <QCoreApplication>
+#include <QGuiApplication>
 #include <QFile>
 #include <QTemporaryDir>
 #include <QTextStream>
@@ -19,7 +19,12 @@ static void quietHandler(QtMsgType type, const QMessageLogContext &, const QStri
 
 int main(int argc, char **argv)
 {
-    QCoreApplication app(argc, argv);
+    // Text items without a size are measured with their font, which needs a GUI application;
+    // without a display it runs on the offscreen platform.
+    if (qEnvironmentVariableIsEmpty("QT_QPA_PLATFORM") && qEnvironmentVariableIsEmpty("DISPLAY")
+        && qEnvironmentVariableIsEmpty("WAYLAND_DISPLAY"))
+        qputenv("QT_QPA_PLATFORM", "offscreen");
+    QGuiApplication app(argc, argv);
     qInstallMessageHandler(quietHandler);
     QTextStream out(stdout);
     QTextStream err(stderr);
@@ -73,15 +78,7 @@ int main(int argc, char **argv)
     out.flush();
 
     // The page holds its item records by pointer; the holder deletes them.
-    page->erase();
-    qDeleteAll(page->textItems);
-    qDeleteAll(page->scheduleItems);
-    qDeleteAll(page->rtChartItems);
-    qDeleteAll(page->dbqTextItems);
-    qDeleteAll(page->tableItems);
-    qDeleteAll(page->imageItems);
-    qDeleteAll(page->gaugeItems);
-    qDeleteAll(page->webFrameItems);
+    page->deleteAllItems();
     delete page;
     return saved ? 0 : 1;
 }
