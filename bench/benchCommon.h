@@ -7,6 +7,9 @@
 // Every run starts with cold caches, as an operation of the editor does after whatever the user
 // did before; otherwise the smaller sizes, whose data stays in the cache between runs, would be
 // measured hot and the larger ones cold, and the linearity figures would measure the cache size.
+// The runs of an operation and its floor also start from a trimmed heap, so that neither is
+// slowed or sped up by what the other freed before it (see settleHeap() in benchCommon.cpp);
+// the runs of an operation without a floor start where its previous run left the heap.
 
 #include "tirrelGen.h"
 
@@ -16,7 +19,7 @@
 #include <QIODevice>
 #include <QString>
 
-#include <chrono>
+#include <ctime>
 #include <functional>
 
 namespace Bench {
@@ -46,10 +49,15 @@ const TirrelGen::Output &definitionModelFile(int tags);   // with tape
 // definitionFile(tags) written to the scratch folder; its path.
 QString definitionFilePath(int tags);
 
-using Clock = std::chrono::steady_clock;
-inline double secondsSince(Clock::time_point t0)
+// CPU seconds (user and system) this thread has used so far. Times are taken in CPU time, not
+// wall time: on a machine shared with other work the thread is often descheduled, and that
+// waiting would land in whichever run happened to be under way. Nothing measured waits for
+// anything else (files go to memory), so on an idle machine the two are the same.
+inline double threadSeconds()
 {
-    return std::chrono::duration<double>(Clock::now() - t0).count();
+    timespec t;
+    clock_gettime(CLOCK_THREAD_CPUTIME_ID, &t);
+    return double(t.tv_sec) + double(t.tv_nsec) * 1e-9;
 }
 
 // Evicts the data caches by walking a buffer twice the size of the largest cache.
@@ -59,9 +67,9 @@ void evictCaches();
 template<typename F>
 double timed(F &&f)
 {
-    const Clock::time_point t0 = Clock::now();
+    const double t0 = threadSeconds();
     f();
-    return secondsSince(t0);
+    return threadSeconds() - t0;
 }
 
 // The floors. DOM: QDomDocument::setContent on the bytes, and the document's destruction (the

@@ -1,6 +1,23 @@
 #!/usr/bin/env bash
-# The main job: show what the library reads from a shipped page file and save it back.
+# The main job: check the demo plant project with the tirrel tool and show one of its pages.
 set -euo pipefail
-build=${1:?build directory}
+build=$(cd "${1:?build directory}" && pwd)
 here=$(cd "$(dirname "$0")" && pwd)
-"$build/examples/page-info/page-info" "$here/pages/boiler-room.xml"
+tirrel="$build/tools/tirrel"
+if [ ! -x "$tirrel" ]; then
+    echo "no tirrel program in $build/tools (configured with TIRREL_BUILD_TOOLS=OFF?)" >&2
+    exit 1
+fi
+cd "$here"
+
+# The demo holds exactly two deliberate faults (plant-demo/README.md explains them), so the
+# check reports them and exits with 1; any other status fails the job.
+status=0
+"$tirrel" check plant-demo || status=$?
+if [ "$status" -ne 1 ]; then
+    echo "tirrel check plant-demo: expected exit status 1 (the two deliberate faults), got $status" >&2
+    exit 1
+fi
+echo "(exit status 1: the two deliberate faults of the demo, as expected)"
+echo
+"$tirrel" page show plant-demo/pages/overview.xml

@@ -33,9 +33,9 @@ QByteArray saveAndDestroy(FileDataTree *tree, const QString &path)
     delete tree;
     if (!saved)
         fuzz::fail("writing a definition file failed");
-    const QByteArray saved = fuzz::readAll(path);
-    fuzz::checkXmlCharacters(saved);
-    return saved;
+    const QByteArray bytes = fuzz::readAll(path);
+    fuzz::checkXmlCharacters(bytes);
+    return bytes;
 }
 
 } // namespace

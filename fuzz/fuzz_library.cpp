@@ -28,9 +28,10 @@ QByteArray saveAndDestroy(QList<ScadaLibObject *> objects)
     qDeleteAll(objects);
     if (!saved)
         fuzz::fail("saving the user library failed");
-    const QByteArray saved = fuzz::readAll(engine->getUserLibPath() + QStringLiteral("userlib.xml"));
-    fuzz::checkXmlCharacters(saved);
-    return saved;
+    const QString path = engine->getUserLibPath() + QStringLiteral("userlib.xml");
+    const QByteArray bytes = fuzz::readAll(path);
+    fuzz::checkXmlCharacters(bytes);
+    return bytes;
 }
 
 QList<ScadaLibObject *> readSaved(const QByteArray &bytes)

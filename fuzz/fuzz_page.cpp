@@ -19,9 +19,9 @@ QByteArray saveAndDestroy(ScaFileData *page, const QString &path)
     destroy(page);
     if (!saved)
         fuzz::fail("saving a page failed");
-    const QByteArray saved = fuzz::readAll(path);
-    fuzz::checkXmlCharacters(saved);
-    return saved;
+    const QByteArray bytes = fuzz::readAll(path);
+    fuzz::checkXmlCharacters(bytes);
+    return bytes;
 }
 
 ScaFileData *loadSaved(const QByteArray &bytes, const QString &path)

@@ -42,7 +42,8 @@ dictionary() {
         printf '"%s"\n' '<?xml version="1.0" encoding="UTF-8"?>' '<![CDATA[' ']]>' '<!--' '-->' \
             '<!DOCTYPE' '<!ENTITY' '&amp;' '&#' '/>' '</' '="' ';' '{' '}' ':' '"'
         if [ "$name" != csv ]; then
-            seeds "$name" | xargs cat | grep -oE '</?[A-Za-z_][A-Za-z0-9_]*|[A-Za-z_][A-Za-z0-9_]*="' \
+            seeds "$name" | xargs cat \
+                | grep -oE '</?[A-Za-z_][A-Za-z0-9_]*|[A-Za-z_][A-Za-z0-9_]*="' \
                 | sed 's/"/\\"/g' | sort -u | sed 's/.*/"&"/'
         else
             printf '"%s"\n' LOGIC WORD DWORD FLOAT LONG ULONG
@@ -80,7 +81,7 @@ found=0
 printf '\n| harness | executions | exec/s | corpus | findings |\n|---|---|---|---|---|\n'
 for name in "${harnesses[@]}"; do
     log="$build/fuzz-logs/$name.log"
-    execs=$(grep -oE 'stat::number_of_executed_units: [0-9]+' "$log" | grep -oE '[0-9]+$' || echo '?')
+    execs=$(grep -oE 'stat::number_of_executed_units: +[0-9]+' "$log" | grep -oE '[0-9]+$' || echo '?')
     rate=$(grep -oE 'stat::average_exec_per_sec: +[0-9]+' "$log" | grep -oE '[0-9]+$' || echo '?')
     corpus=$(find "$build/fuzz-corpus/$name" -type f | wc -l)
     findings=$(find "$build/fuzz-findings/$name" -type f | wc -l)

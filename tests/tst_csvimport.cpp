@@ -36,6 +36,9 @@ private slots:
     void encodings_data();
     void encodings();
     void unopenable();
+    void skippedLines_data();
+    void skippedLines();
+    void skippedLinesUnopenable();
 
 private:
     FileDataTree *import(const QByteArray &bytes, bool alternate);
@@ -163,6 +166,64 @@ void tst_CsvImport::unopenable()
 {
     QVERIFY(!TgchFileProcessor::loadTagsFromCSV(m_dir.filePath("missing.csv"), false));
     QVERIFY(!TgchFileProcessor::loadTagsFromCSV(m_dir.path(), true));
+}
+
+void tst_CsvImport::skippedLines_data()
+{
+    QTest::addColumn<QByteArray>("csv");
+    QTest::addColumn<QStringList>("skipped");    // "line:fields:text"
+    QTest::addColumn<QString>("tags");
+
+    QTest::newRow("nothing skipped") << QByteArray("1;2;A;WORD\n1;3;B;LONG\n") << QStringList()
+                                     << "A|2|1|2; B|3|3|4";
+    QTest::newRow("no final line feed") << QByteArray("1;2;A;WORD") << QStringList() << "A|2|1|2";
+    QTest::newRow("empty file") << QByteArray() << QStringList() << "";
+    QTest::newRow("one line feed: one empty line") << QByteArray("\n") << QStringList{"1:1:"} << "";
+    QTest::newRow("title, short and long lines")
+        << QByteArray("Tag list\n1;2;A;WORD\n1;3;Short\n1;4;Long;WORD;x\n1;5;B;FLOAT\n")
+        << QStringList{"1:1:Tag list", "3:3:1;3;Short", "4:5:1;4;Long;WORD;x"} << "A|2|1|2; B|5|6|4";
+    QTest::newRow("empty lines inside and at the end")
+        << QByteArray("\n1;2;A;WORD\n\n\n") << QStringList{"1:1:", "3:1:", "4:1:"} << "A|2|1|2";
+    QTest::newRow("CR LF: the CR is not part of the text")
+        << QByteArray("bad line\r\n1;2;A;WORD\r\n\r\n")
+        << QStringList{"1:1:bad line", "3:1:"} << "A|2|1|2";
+    QTest::newRow("CR alone is no line end")
+        << QByteArray("1;2;A;WORD\r1;3;B;WORD\n") << QStringList{"1:7:1;2;A;WORD\r1;3;B;WORD"} << "";
+}
+
+void tst_CsvImport::skippedLines()
+{
+    QFETCH(QByteArray, csv);
+    QFETCH(QStringList, skipped);
+    QFETCH(QString, tags);
+
+    const QString path = m_dir.filePath("skipped.csv");
+    QVERIFY(writeAll(path, csv));
+    QList<CsvSkippedLine_t> lines;
+    lines.append(CsvSkippedLine_t{99, 9, QStringLiteral("kept")});   // appended to, not replaced
+    QScopedPointer<FileDataTree> tree(TgchFileProcessor::loadTagsFromCSV(path, false, &lines));
+    QVERIFY(tree);
+    QCOMPARE(lines.takeFirst().lineNumber, 99);
+    QStringList got;
+    for (const CsvSkippedLine_t &l : lines)
+        got << QStringLiteral("%1:%2:%3").arg(l.lineNumber).arg(l.fieldCount).arg(l.text);
+    QCOMPARE(got, skipped);
+    QCOMPARE(tagSummary(tree.data()), tags);
+
+    // The import itself is the same with or without the list, and with a null one.
+    QScopedPointer<FileDataTree> plain(TgchFileProcessor::loadTagsFromCSV(path, false));
+    QScopedPointer<FileDataTree> nullList(TgchFileProcessor::loadTagsFromCSV(path, false, nullptr));
+    QCOMPARE(tagSummary(plain.data()), tags);
+    QCOMPARE(tagSummary(nullList.data()), tags);
+}
+
+void tst_CsvImport::skippedLinesUnopenable()
+{
+    QList<CsvSkippedLine_t> lines;
+    lines.append(CsvSkippedLine_t{1, 2, QStringLiteral("before")});
+    QVERIFY(!TgchFileProcessor::loadTagsFromCSV(m_dir.filePath("missing.csv"), true, &lines));
+    QCOMPARE(lines.size(), 1);
+    QCOMPARE(lines.first().text, QStringLiteral("before"));
 }
 
 QTEST_GUILESS_MAIN(tst_CsvImport)

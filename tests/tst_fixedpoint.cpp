@@ -256,7 +256,8 @@ void tst_FixedPoint::checkCsv(const QString &csvPath)
 {
     const QString path = m_dir.filePath(QStringLiteral("imported.xml"));
     for (const bool alternate : {false, true}) {
-        QScopedPointer<FileDataTree> imported(TgchFileProcessor::loadTagsFromCSV(csvPath, alternate));
+        QScopedPointer<FileDataTree> imported(
+                TgchFileProcessor::loadTagsFromCSV(csvPath, alternate));
         QVERIFY(imported);
         QVERIFY(TgchFileProcessor::writeToFile(imported.data(), path));
         const QByteArray save1 = defs::readAll(path);

@@ -216,7 +216,8 @@ void tst_HostileXml::withinLimits_data()
                         "  <!ATTLIST Root a CDATA \"v>w\">\n"
                         "  <!ENTITY site \"Pump\">\n"
                         "  <!ENTITY unused 'never referenced'>\n"
-                        "]>", "&site;", QByteArray("<p a=\"&site;\">&site;&amp;&#65;</p>").repeated(50))
+                        "]>", "&site;",
+                        QByteArray("<p a=\"&site;\">&site;&amp;&#65;</p>").repeated(50))
             << plain;
     for (const char *encoding : {"UTF-16LE", "UTF-16BE", "windows-1252"}) {
         QTest::newRow(QByteArray("100 deep, ").append(encoding).constData())
@@ -226,7 +227,8 @@ void tst_HostileXml::withinLimits_data()
             << document("<?xml version=\"1.0\" encoding=\"ISO-8859-1\"?>", "Pump \xe7")
             << QStringLiteral("Pump \u00e7");
     QTest::newRow("declared UTF-8 with byte-order mark")
-            << QByteArray("\xef\xbb\xbf") + document("<?xml version='1.0' encoding='utf-8'?>", "Pump")
+            << QByteArray("\xef\xbb\xbf")
+                       + document("<?xml version='1.0' encoding='utf-8'?>", "Pump")
             << plain;
 }
 
@@ -266,7 +268,8 @@ void tst_HostileXml::hugeTextNode()
     // nothing that grows faster.
     const long used = figures.at(2).toLong() - figures.at(1).toLong();
     const long input = HugeTextSize / (1024 * 1024);
-    QVERIFY2(used < 8 * input, qPrintable(QStringLiteral("%1 MB for a %2 MB text").arg(used).arg(input)));
+    QVERIFY2(used < 8 * input,
+             qPrintable(QStringLiteral("%1 MB for a %2 MB text").arg(used).arg(input)));
 #endif
 }
 

@@ -1,7 +1,7 @@
 // The page document model: defaults, copy and move of pages (records shared by pointer, layers
 // and scroll tags by value), ownership of the item records and the SCADA object copy; the page
-// operations: clone (records of its own), clear against erase, deleteAllItems, getBlock and
-// getTemplateTagIdsInUse.
+// operations: clone (records of its own), clear against erase, deleteAllItems, getBlock,
+// getTemplateTagIdsInUse and tagBindings.
 
 #include "pageDump.h"
 #include "recordProbe.h"
@@ -181,6 +181,18 @@ void fillHostFields(ScaFileData *page)
     }
 }
 
+// One line per binding: "tag itemType#index "name" uid slot[slotIndex]".
+QStringList bindingLines(const ScaFileData &page)
+{
+    QStringList lines;
+    for (const TagBinding_t &b : page.tagBindings()) {
+        lines << QStringLiteral("%1 %2#%3 \"%4\" %5 %6[%7]")
+                     .arg(b.tagId).arg(b.itemType).arg(b.itemIndex).arg(b.itemName).arg(b.uid)
+                     .arg(b.slot).arg(b.slotIndex);
+    }
+    return lines;
+}
+
 // Debug messages written while one of these lives are kept in `messages` instead of printed.
 struct DebugCapture
 {
@@ -232,6 +244,9 @@ private slots:
     void getTemplateTagIdsInUse_data();
     void getTemplateTagIdsInUse();
     void blockLoadData();
+    void tagBindings_data();
+    void tagBindings();
+    void tagBindingsOfRecords();
 };
 
 void tst_ScaFileData::pageDefaults()
@@ -757,6 +772,107 @@ void tst_ScaFileData::blockLoadData()
     QCOMPARE(moved.text6, QStringLiteral("six"));
     assigned = std::move(moved);
     QCOMPARE(assigned.text1, QStringLiteral("one"));
+}
+
+void tst_ScaFileData::tagBindings_data()
+{
+    QTest::addColumn<QString>("items");
+    QTest::addColumn<QString>("properties");
+    QTest::addColumn<QStringList>("expected");
+
+    QTest::newRow("SCADA object slots in the file's slot order")
+        << "<Item><Properties Name=\"P1\" Uid=\"7\"/><TagIDs tagID_cusProp7=\"7\" "
+           "tagID_eventTarget=\"3\" tagID_label=\"2\" tagID_image=\"1\" tagID_posy=\"5\"/></Item>"
+        << QString()
+        << QStringList{"1 ScadaObject#0 \"P1\" 7 tagID_image[-1]",
+                       "2 ScadaObject#0 \"P1\" 7 tagID_label[-1]",
+                       "5 ScadaObject#0 \"P1\" 7 tagID_posy[-1]",
+                       "3 ScadaObject#0 \"P1\" 7 tagID_eventTarget[-1]",
+                       "7 ScadaObject#0 \"P1\" 7 tagID_cusProp7[-1]"};
+    QTest::newRow("-1 binds nothing, 0 and other negatives bind")
+        << "<Item><TagIDs tagID_image=\"-1\" tagID_label=\"0\" tagID_width=\"-2\"/></Item>"
+        << QString()
+        << QStringList{"0 ScadaObject#0 \"\" 0 tagID_label[-1]",
+                       "-2 ScadaObject#0 \"\" 0 tagID_width[-1]"};
+    QTest::newRow("SCADA object without TagIDs") << "<Item/>" << QString() << QStringList();
+    QTest::newRow("schedule entries, repeats kept")
+        << "<Item><ItemType>ScheduleItem</ItemType><Properties Name=\"S\"/>"
+           "<TagIDs><Tag>12</Tag><Tag>7</Tag><Tag>12</Tag></TagIDs></Item>"
+        << QString()
+        << QStringList{"12 ScheduleItem#0 \"S\" -1 TagIDs[0]", "7 ScheduleItem#0 \"S\" -1 TagIDs[1]",
+                       "12 ScheduleItem#0 \"S\" -1 TagIDs[2]"};
+    QTest::newRow("chart lines, one without a tag")
+        << "<Item><ItemType>RTChartItem</ItemType><TagIDs><TagData Tag=\"5\"/><TagData/>"
+           "<Tag>9</Tag></TagIDs></Item>"
+        << QString()
+        << QStringList{"5 RTChartItem#0 \"\" -1 TagIDs[0]", "9 RTChartItem#0 \"\" -1 TagIDs[2]"};
+    QTest::newRow("gauge") << "<Item><ItemType>GaugeItem</ItemType><TagId>4</TagId></Item>"
+                           << QString() << QStringList{"4 GaugeItem#0 \"\" -1 TagId[-1]"};
+    QTest::newRow("gauge without a tag") << "<Item><ItemType>GaugeItem</ItemType></Item>"
+                                         << QString() << QStringList();
+    QTest::newRow("report tag") << "<Item><ItemType>DbqTextItem</ItemType><reportTag>8</reportTag></Item>"
+                                << QString() << QStringList{"8 DbqTextItem#0 \"\" -1 reportTag[-1]"};
+    QTest::newRow("database-query text without a report tag")
+        << "<Item><ItemType>DbqTextItem</ItemType></Item>" << QString() << QStringList();
+    QTest::newRow("scroll tags; a missing TagID reads as tag 0")
+        << QString()
+        << "<ScrollTags><Tag TagID=\"3\" ScrollText=\"Level\"/><Tag/><Tag TagID=\"-1\"/></ScrollTags>"
+        << QStringList{"3 ScrollTags#0 \"Level\" -1 TagID[-1]", "0 ScrollTags#1 \"Text\" -1 TagID[-1]"};
+    QTest::newRow("kinds without tags")
+        << "<Item><ItemType>TextItem</ItemType><Width>1</Width><Height>1</Height></Item>"
+           "<Item><ItemType>TableItem</ItemType></Item><Item><ItemType>ImageItem</ItemType></Item>"
+           "<Item><ItemType>WebFrameItem</ItemType></Item>"
+        << QString() << QStringList();
+    QTest::newRow("kinds in the writer's order, scroll tags last")
+        << "<Item><ItemType>GaugeItem</ItemType><TagId>5</TagId></Item>"
+           "<Item><ItemType>DbqTextItem</ItemType><reportTag>4</reportTag></Item>"
+           "<Item><ItemType>RTChartItem</ItemType><TagIDs><Tag>3</Tag></TagIDs></Item>"
+           "<Item><ItemType>ScheduleItem</ItemType><TagIDs><Tag>2</Tag></TagIDs></Item>"
+           "<Item><TagIDs tagID_image=\"1\"/></Item>"
+           "<Item><TagIDs tagID_image=\"11\"/></Item>"
+        << "<ScrollTags><Tag TagID=\"6\" ScrollText=\"s\"/></ScrollTags>"
+        << QStringList{"1 ScadaObject#0 \"\" 0 tagID_image[-1]", "11 ScadaObject#1 \"\" 0 tagID_image[-1]",
+                       "2 ScheduleItem#0 \"\" -1 TagIDs[0]", "3 RTChartItem#0 \"\" -1 TagIDs[0]",
+                       "4 DbqTextItem#0 \"\" -1 reportTag[-1]", "5 GaugeItem#0 \"\" -1 TagId[-1]",
+                       "6 ScrollTags#0 \"s\" -1 TagID[-1]"};
+}
+
+void tst_ScaFileData::tagBindings()
+{
+    QFETCH(QString, items);
+    QFETCH(QString, properties);
+    QFETCH(QStringList, expected);
+    const QString xml = QStringLiteral("<ScadaFile><ItemList>%1</ItemList>"
+                                       "<PageProperties>%2</PageProperties></ScadaFile>")
+                            .arg(items, properties);
+    ScaFileData *page = ScaFileProcessor::loadFileData(xml.toUtf8(), QString());
+    QVERIFY(page);
+    const QStringList lines = bindingLines(*page);
+    deletePage(page);
+    QCOMPARE(lines, expected);
+}
+
+void tst_ScaFileData::tagBindingsOfRecords()
+{
+    // Records the host made: the slots the file does not carry count too, null records and
+    // changes since loading are seen as they are now.
+    ScaFileData page;
+    ScadaObjectLoadData_t *object = makeObject(3);         // tagID_label 103
+    object->extraTagIds[0] = 40;
+    object->extraTagIds[17] = 41;
+    page.scadaObjects << nullptr << object;
+    page.scheduleItems << nullptr;
+    page.gaugeItems << new GaugeItemLoadData_t;             // TagId -1
+    page.gaugeItems.last()->TagId = 9;
+    page.labelTagIds << 555;                                // not a binding source
+    QCOMPARE(bindingLines(page),
+             (QStringList{"103 ScadaObject#1 \"obj3\" 3 tagID_label[-1]",
+                          "40 ScadaObject#1 \"obj3\" 3 extraTagIds[0][-1]",
+                          "41 ScadaObject#1 \"obj3\" 3 extraTagIds[17][-1]",
+                          "9 GaugeItem#0 \"\" -1 TagId[-1]"}));
+    object->tagID_label = -1;
+    QCOMPARE(bindingLines(page).size(), 3);
+    page.deleteAllItems();
 }
 
 QTEST_GUILESS_MAIN(tst_ScaFileData)

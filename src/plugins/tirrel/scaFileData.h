@@ -358,6 +358,27 @@ TIRREL_EXPORT void copyWebFrameItemData(WebFrameItemLoadData_t *target,
 TIRREL_EXPORT void copyScheduleItemData(ScheduleItemLoadData_t *target,
                                         const ScheduleItemLoadData_t *source);
 
+// One tag id that a page is bound to, with the item that binds it (ScaFileData::tagBindings).
+struct TIRREL_EXPORT TagBinding_t
+{
+    int tagId = -1;
+    // The binding item's "ItemType" text ("ScadaObject", "ScheduleItem", "RTChartItem",
+    // "DbqTextItem", "GaugeItem"), or "ScrollTags" for an entry of the page's scrolling text.
+    QString itemType;
+    // Position of the item in the page's list of its kind (scrollTags for a scroll tag).
+    int itemIndex = -1;
+    // The item's name (base->Name); a scroll tag's ScrollText.
+    QString itemName;
+    // The SCADA object's Uid; -1 for every other kind.
+    int uid = -1;
+    // The record member that holds the id: a SCADA object's tag slot ("tagID_image", ...,
+    // "extraTagIds[3]"), "TagIDs" (a chart line or a schedule entry), "TagId" (gauge),
+    // "reportTag" (database-query text) or "TagID" (scroll tag).
+    QString slot;
+    // For list members ("TagIDs"): position of the entry in the list; -1 otherwise.
+    int slotIndex = -1;
+};
+
 // One page (operator screen) in memory.
 //
 // The page holds its item records by pointer and its constructors, assignments and destructor
@@ -445,6 +466,13 @@ public:
     void deleteAllItems();
     // The first SCADA object in scadaObjects whose Uid is uid, or null when there is none.
     ScadaObjectLoadData_t *getBlock(int uid);
+    // Every tag id the page is bound to, one entry per binding (an item binding the same tag
+    // twice gives two): the SCADA objects' tag slots (the eighteen of the page file in its
+    // order, then extraTagIds), then the schedules' tags, the charts' lines, the
+    // database-query texts' report tags, the gauges' tags, each kind in list order, and last
+    // the scroll tags. Slots holding -1 ("none") are left out; null records are passed over.
+    // Computed from the records as they are now, not from labelTagIds.
+    QList<TagBinding_t> tagBindings() const;
     // The value stored in templateTagIdsInUse under exactly that template name, as a list (an
     // empty list when the name is not a key). A found entry is also written to the debug output.
     QList<QVariant> getTemplateTagIdsInUse(QString templateName);

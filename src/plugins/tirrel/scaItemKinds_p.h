@@ -13,6 +13,7 @@
 
 #include "scaFileData.h"
 
+#include <QPair>
 #include <QVector>
 
 class QDomElement;
@@ -51,3 +52,8 @@ void writeTableItem(QXmlStreamWriter &writer, const TableItemLoadData_t &item);
 void writeImageItem(QXmlStreamWriter &writer, const ImageItemLoadData_t &item);
 void writeWebFrameItem(QXmlStreamWriter &writer, const WebFrameItemLoadData_t &item);
 void writeScheduleItem(QXmlStreamWriter &writer, const ScheduleItemLoadData_t &item);
+
+// A SCADA object's tag slots that the page file carries, in writing order: each slot's "TagIDs"
+// attribute name (also the record member's name) with the id it holds. For
+// ScaFileData::tagBindings, so that the slot names stay in the kind's own table.
+QVector<QPair<QString, int>> scadaObjectTagSlots(const ScadaObjectLoadData_t &item);

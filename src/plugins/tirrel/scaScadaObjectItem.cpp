@@ -151,6 +151,15 @@ ScadaObjectLoadData_t *ScaFileProcessor::scadaObjectFromXML(QDomElement *item)
     return r;
 }
 
+QVector<QPair<QString, int>> scadaObjectTagSlots(const ScadaObjectLoadData_t &item)
+{
+    QVector<QPair<QString, int>> values;
+    values.reserve(int(sizeof(tagSlots) / sizeof(tagSlots[0])));
+    for (const auto &slot : tagSlots)
+        values.append({slot.name, item.*slot.field});
+    return values;
+}
+
 void writeScadaObject(QXmlStreamWriter &w, const ScadaObjectLoadData_t &r)
 {
     writeEnvelope(w, *r.base, [&] {

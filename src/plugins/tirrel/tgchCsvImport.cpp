@@ -32,6 +32,12 @@ const CsvType csvTypes[] = {
 
 FileDataTree *TgchFileProcessor::loadTagsFromCSV(const QString &path, bool alternateTypeCodes)
 {
+    return loadTagsFromCSV(path, alternateTypeCodes, nullptr);
+}
+
+FileDataTree *TgchFileProcessor::loadTagsFromCSV(const QString &path, bool alternateTypeCodes,
+                                                 QList<CsvSkippedLine_t> *skipped)
+{
     QFile file(path);
     if (!file.open(QIODevice::ReadOnly))
         return nullptr;
@@ -42,10 +48,21 @@ FileDataTree *TgchFileProcessor::loadTagsFromCSV(const QString &path, bool alter
 
     auto *tree = new FileDataTree;
     const QVector<QStringRef> lines = text.splitRef(QLatin1Char('\n'));
-    for (const QStringRef &line : lines) {
+    for (int i = 0; i < lines.size(); ++i) {
+        const QStringRef &line = lines.at(i);
         const QVector<QStringRef> fields = line.split(kFieldSeparator);
-        if (fields.size() != kFieldCount)
+        if (fields.size() != kFieldCount) {
+            const bool endOfFile = i == lines.size() - 1 && line.isEmpty();
+            if (skipped && !endOfFile) {
+                CsvSkippedLine_t s;
+                s.lineNumber = i + 1;
+                s.fieldCount = fields.size();
+                s.text = line.endsWith(QLatin1Char('\r')) ? line.chopped(1).toString()
+                                                          : line.toString();
+                skipped->append(s);
+            }
             continue;
+        }
         auto *tag = new pEtiketDef_t;
         const QString type = fields.at(3).toString().remove(QLatin1Char(' '));
         for (const CsvType &t : csvTypes) {

@@ -174,6 +174,14 @@ struct TIRREL_EXPORT OpenedFile
     QStandardItemModel *tagModel = nullptr;
 };
 
+// A line of a CSV tag list that the import left out (see loadTagsFromCSV with a list to fill).
+struct TIRREL_EXPORT CsvSkippedLine_t
+{
+    int lineNumber = 0;     // from 1, lines being separated by line feeds
+    int fieldCount = 0;     // pieces the line splits into at ";": 1 for an empty line
+    QString text;           // the line as decoded, without the carriage return of a CR LF end
+};
+
 // Reading and writing definition files and importing CSV tag lists. All operations are static
 // and keep no state; returned trees and records belong to the caller.
 class TIRREL_EXPORT TgchFileProcessor : public QObject
@@ -228,4 +236,10 @@ public:
     // VariableType, VariableSize and PollFrequency (3). alternateTypeCodes adds 8 to every type
     // code except LOGIC. Null only when the file cannot be opened.
     static FileDataTree *loadTagsFromCSV(const QString &path, bool alternateTypeCodes);
+    // The same import, also appending to `skipped` (when not null), in file order, every line
+    // left out for not having exactly four fields, empty lines included. The empty piece after
+    // a final line feed is the end of the file, not a line, and is not listed. When the file
+    // cannot be opened the result is null and `skipped` is left as it was.
+    static FileDataTree *loadTagsFromCSV(const QString &path, bool alternateTypeCodes,
+                                         QList<CsvSkippedLine_t> *skipped);
 };

@@ -13,3 +13,4 @@
 #include "scadaEngine.h"
 #include "tgchFileProcessor.h"
 #include "tagChFileWatcher.h"
+#include "projectFileProbe.h"

@@ -1,0 +1,973 @@
+// The tirrel command-line tool, run as a program: every command on the demo project and on
+// small broken fixtures, asserting on its output and exit status.
+#include <QDir>
+#include <QDirIterator>
+#include <QFile>
+#include <QJsonArray>
+#include <QJsonDocument>
+#include <QJsonObject>
+#include <QProcess>
+#include <QRegularExpression>
+#include <QTemporaryDir>
+#include <QtTest>
+
+#include <sys/stat.h>
+#include <unistd.h>
+
+namespace {
+
+const QString Program = QStringLiteral(TIRREL_CLI);
+const QString DemoDir = QStringLiteral(TIRREL_DEMO_DIR);
+const QString FaultsDir = QStringLiteral(TIRREL_TEST_DATA "/cli/faults");
+
+struct Result
+{
+    int code = -1;          // -1: crashed, -2: did not finish
+    QString out;
+    QString err;
+
+    // No crash, no time-out and no sanitizer report (whose exit status could pass for ours).
+    bool clean() const
+    {
+        return code >= 0 && !err.contains(QLatin1String("Sanitizer"))
+               && !err.contains(QLatin1String("runtime error:"));
+    }
+    QString describe() const
+    {
+        return QStringLiteral("exit %1\n--- stdout\n%2--- stderr\n%3").arg(code).arg(out, err);
+    }
+    QJsonDocument json() const { return QJsonDocument::fromJson(out.toUtf8()); }
+    QStringList outLines() const { return out.split(QLatin1Char('\n'), Qt::SkipEmptyParts); }
+    QStringList errLines() const { return err.split(QLatin1Char('\n'), Qt::SkipEmptyParts); }
+};
+
+Result run(const QStringList &args, const QString &workDir = QString(),
+           const QString &home = QString(), const QString &program = Program)
+{
+    QProcess p;
+    p.setProgram(program);
+    p.setArguments(args);
+    if (!workDir.isEmpty())
+        p.setWorkingDirectory(workDir);
+    if (!home.isEmpty()) {
+        QProcessEnvironment env = QProcessEnvironment::systemEnvironment();
+        env.insert(QStringLiteral("HOME"), home);
+        p.setProcessEnvironment(env);
+    }
+    Result r;
+    p.start();
+    if (!p.waitForFinished(240000)) {
+        p.kill();
+        p.waitForFinished();
+        r.code = -2;
+    } else {
+        r.code = p.exitStatus() == QProcess::NormalExit ? p.exitCode() : -1;
+    }
+    r.out = QString::fromUtf8(p.readAllStandardOutput());
+    r.err = QString::fromUtf8(p.readAllStandardError());
+    // LeakSanitizer's list of the suppressions it applied (Qt's own, tests/lsan.supp) is no
+    // output of the tool.
+    static const QRegularExpression suppressions(
+        QStringLiteral("-+\\nSuppressions used:\\n(?:.*\\n)*?-+\\n\\n?"));
+    r.err.remove(suppressions);
+    return r;
+}
+
+// Runs the tool and fails the test unless it ran to an end of its own.
+#define TIRREL(result, ...)                                                                        \
+    const Result result = run(__VA_ARGS__);                                                        \
+    QVERIFY2(result.clean(), qPrintable(result.describe()))
+
+#define EXPECT_EXIT(result, expected) QVERIFY2((result).code == (expected), qPrintable((result).describe()))
+
+QByteArray readAll(const QString &path)
+{
+    QFile file(path);
+    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
+}
+
+bool writeAll(const QString &path, const QByteArray &data)
+{
+    QDir().mkpath(QFileInfo(path).absolutePath());
+    QFile file(path);
+    return file.open(QIODevice::WriteOnly) && file.write(data) == data.size() && file.flush();
+}
+
+bool copyTree(const QString &from, const QString &to)
+{
+    QDirIterator it(from, QDir::Files, QDirIterator::Subdirectories);
+    while (it.hasNext()) {
+        const QString source = it.next();
+        const QString target = to + QLatin1Char('/') + QDir(from).relativeFilePath(source);
+        QDir().mkpath(QFileInfo(target).absolutePath());
+        if (!QFile::copy(source, target))
+            return false;
+    }
+    return true;
+}
+
+// Every file of a folder with its bytes, to tell that nothing was touched.
+QMap<QString, QByteArray> snapshot(const QString &dir)
+{
+    QMap<QString, QByteArray> files;
+    QDirIterator it(dir, QDir::Files | QDir::Hidden, QDirIterator::Subdirectories);
+    while (it.hasNext()) {
+        const QString path = it.next();
+        files.insert(QDir(dir).relativeFilePath(path), readAll(path));
+    }
+    return files;
+}
+
+int countMatching(const QStringList &lines, const QString &text)
+{
+    int n = 0;
+    for (const QString &line : lines)
+        n += line.contains(text) ? 1 : 0;
+    return n;
+}
+
+const QByteArray HalfWrittenPage("<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n<ScadaFile>\n"
+                                 "    <ItemList>\n        <Item>\n            <Prop");
+const QByteArray SmallPage("<ScadaFile><ItemList><Item><Properties Name=\"P\" Uid=\"5\"/>"
+                           "<TagIDs tagID_label=\"1\"/></Item></ItemList><PageProperties>"
+                           "<pageName>Small</pageName><pageID>9</pageID></PageProperties>"
+                           "</ScadaFile>");
+const QByteArray SmallDefinitions("<CTDefinitions><ChannelList><Channel><Name>C</Name><Id>1</Id>"
+                                  "</Channel></ChannelList><TagList><Tag><Name>T</Name><Id>1</Id>"
+                                  "<KanalName>C</KanalName><Kanal_Id>1</Kanal_Id></Tag></TagList>"
+                                  "</CTDefinitions>");
+const QByteArray Binary("\x89PNG\r\n\x1a\n\0\0\0\rIHDR\xff\xfe", 18);
+
+} // namespace
+
+class tst_Cli : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void initTestCase();
+
+    void help_data();
+    void help();
+    void usageErrors_data();
+    void usageErrors();
+
+    void pageShowDemo();
+    void pageShowJsonCoversEveryKind();
+    void pageShowReportsFilesThatAreNotPages();
+    void normalizeLeavesDemoUnchanged();
+    void normalizeRewritesIntoCanonicalForm();
+    void normalizeNeverReplacesNonPages_data();
+    void normalizeNeverReplacesNonPages();
+    void normalizeOutputFolder();
+
+    void defsShowDemo();
+    void defsShowRefusesOtherFiles();
+    void importCsvThenShow();
+    void importCsvAlternateTypeCodes();
+    void importCsvInto();
+    void importCsvWritesNothingOnError_data();
+    void importCsvWritesNothingOnError();
+
+    void checkDemo();
+    void checkDemoFixed();
+    void checkFindsEachFaultOnce_data();
+    void checkFindsEachFaultOnce();
+    void checkReportsNothingElse();
+    void checkBrokenFiles();
+    void checkUnusableInput_data();
+    void checkUnusableInput();
+    void checkWithoutDefinitions();
+
+    void plugin();
+    void pluginRefusesOtherFiles_data();
+    void pluginRefusesOtherFiles();
+    void libraryShow();
+    void libraryShowWithoutFiles();
+
+private:
+    QTemporaryDir m_tmp;
+    QJsonObject m_faults;   // check --json on the faults fixture, run once
+    Result m_faultsRun;
+};
+
+void tst_Cli::initTestCase()
+{
+    QVERIFY(QFileInfo::exists(Program));
+    QVERIFY(QFileInfo(DemoDir).isDir());
+    m_faultsRun = run({"check", "--json", FaultsDir});
+    QVERIFY2(m_faultsRun.clean(), qPrintable(m_faultsRun.describe()));
+    m_faults = m_faultsRun.json().object();
+    QVERIFY2(!m_faults.isEmpty(), qPrintable(m_faultsRun.describe()));
+}
+
+// ---- Help and usage -----------------------------------------------------------------------------
+
+void tst_Cli::help_data()
+{
+    QTest::addColumn<QStringList>("args");
+    QTest::addColumn<QString>("usage");     // the first line
+    QTest::addColumn<QStringList>("mentions");
+
+    QTest::newRow("tirrel") << QStringList{"--help"}
+                            << "Usage: tirrel [--verbose] <command> [options] [arguments]"
+                            << QStringList{"page show", "page normalize", "defs show",
+                                           "defs import-csv", "check", "plugin", "library show"};
+    QTest::newRow("page") << QStringList{"page", "--help"}
+                          << "Usage: tirrel page <command> [options] [arguments]"
+                          << QStringList{"page show", "page normalize"};
+    QTest::newRow("page show") << QStringList{"page", "show", "--help"}
+                               << "Usage: tirrel page show [options] FILE..."
+                               << QStringList{"--json", "--verbose"};
+    QTest::newRow("page normalize") << QStringList{"page", "normalize", "-h"}
+                                    << "Usage: tirrel page normalize [options] FILE..."
+                                    << QStringList{"--output <dir>", "never written"};
+    QTest::newRow("defs") << QStringList{"defs", "--help"}
+                          << "Usage: tirrel defs <command> [options] [arguments]"
+                          << QStringList{"defs show", "defs import-csv"};
+    QTest::newRow("defs show") << QStringList{"defs", "show", "--help"}
+                               << "Usage: tirrel defs show [options] FILE"
+                               << QStringList{"--list", "--json"};
+    QTest::newRow("defs import-csv") << QStringList{"defs", "import-csv", "--help"}
+                                     << "Usage: tirrel defs import-csv [options] CSV... -o FILE"
+                                     << QStringList{"--into <existing>", "--alternate-type-codes",
+                                                    "--force", "line number"};
+    QTest::newRow("check") << QStringList{"check", "--help"}
+                           << "Usage: tirrel check [options] DIR"
+                           << QStringList{"--json", "Exit status: 0"};
+    QTest::newRow("plugin") << QStringList{"plugin", "--help"}
+                            << "Usage: tirrel plugin [options] FILE" << QStringList{"--json"};
+    QTest::newRow("library") << QStringList{"library", "--help"}
+                             << "Usage: tirrel library <command> [options] [arguments]"
+                             << QStringList{"library show"};
+    QTest::newRow("library show") << QStringList{"library", "show", "--help"}
+                                  << "Usage: tirrel library show [options]"
+                                  << QStringList{"objlib.xml", "userlib.xml"};
+}
+
+void tst_Cli::help()
+{
+    QFETCH(QStringList, args);
+    QFETCH(QString, usage);
+    QFETCH(QStringList, mentions);
+    TIRREL(r, args);
+    EXPECT_EXIT(r, 0);
+    QCOMPARE(r.outLines().value(0), usage);
+    for (const QString &m : mentions)
+        QVERIFY2(r.out.contains(m), qPrintable(m + QLatin1String(" missing in\n") + r.out));
+    QCOMPARE(r.err, QString());
+}
+
+void tst_Cli::usageErrors_data()
+{
+    QTest::addColumn<QStringList>("args");
+    QTest::addColumn<QString>("message");
+
+    QTest::newRow("nothing") << QStringList() << "Usage: tirrel";
+    QTest::newRow("unknown command") << QStringList{"frobnicate"} << "unknown command frobnicate";
+    QTest::newRow("group without a command") << QStringList{"page"} << "a command is missing";
+    QTest::newRow("unknown sub-command") << QStringList{"defs", "drop"} << "unknown command drop";
+    QTest::newRow("unknown option") << QStringList{"page", "show", "--frob", "x.xml"}
+                                    << "Unknown option 'frob'";
+    QTest::newRow("no file") << QStringList{"page", "show"} << "missing argument";
+    QTest::newRow("two folders") << QStringList{"check", "a", "b"} << "too many arguments";
+    QTest::newRow("no output file") << QStringList{"defs", "import-csv", "x.csv"}
+                                    << "the output file is missing";
+    QTest::newRow("option without value") << QStringList{"defs", "import-csv", "x.csv", "-o"}
+                                          << "Missing value after '-o'";
+}
+
+void tst_Cli::usageErrors()
+{
+    QFETCH(QStringList, args);
+    QFETCH(QString, message);
+    TIRREL(r, args, m_tmp.path());
+    EXPECT_EXIT(r, 2);
+    QVERIFY2(r.err.contains(message), qPrintable(r.describe()));
+    QCOMPARE(r.out, QString());
+}
+
+// ---- page show ----------------------------------------------------------------------------------
+
+void tst_Cli::pageShowDemo()
+{
+    TIRREL(r, {"page", "show", "pages/overview.xml"}, DemoDir);
+    EXPECT_EXIT(r, 0);
+    QCOMPARE(r.err, QString());     // no debug chatter, no progress off a terminal
+    const QStringList lines = r.outLines();
+    QCOMPARE(lines.value(0), QStringLiteral("pages/overview.xml"));
+    for (const char *expected :
+         {"  page:         Plant overview (id 1, type 0)", "  size:         1280 x 800 (custom size)",
+          "  scrolling:    on, 3 scroll tags", "  layers:       3", "    2  Process",
+          "  items:        14", "    ScadaObject   9", "    ImageItem     1",
+          "  tag bindings: 18 (13 tags)",
+          "       105  ScadaObject #2 \"Pump P-102\" (Uid 2102), tagID_image",
+          "       203  scroll tag #2 \"Chlorine residual\", TagID",
+          "  tag ids:      101 102 103 104 105 106 107 203 207 208 211 212 301"}) {
+        QVERIFY2(lines.contains(QString::fromUtf8(expected)), expected);
+    }
+}
+
+void tst_Cli::pageShowJsonCoversEveryKind()
+{
+    const QStringList pages = QDir(DemoDir + "/pages").entryList({"*.xml"}, QDir::Files, QDir::Name);
+    QCOMPARE(pages.size(), 5);
+    QStringList args{"page", "show", "--json"};
+    for (const QString &p : pages)
+        args << "pages/" + p;
+    TIRREL(r, args, DemoDir);
+    EXPECT_EXIT(r, 0);
+    const QJsonArray array = r.json().array();
+    QCOMPARE(array.size(), 5);
+
+    QMap<QString, int> totals;
+    QSet<int> pageIds;
+    for (const QJsonValue &v : array) {
+        const QJsonObject page = v.toObject();
+        pageIds.insert(page.value("pageID").toInt());
+        const QJsonObject items = page.value("items").toObject();
+        int sum = 0;
+        for (auto it = items.begin(); it != items.end(); ++it) {
+            totals[it.key()] += it.value().toInt();
+            sum += it.value().toInt();
+        }
+        QCOMPARE(page.value("itemCount").toInt(), sum);
+        // The distinct tag ids are exactly those of the bindings.
+        QSet<int> fromBindings;
+        for (const QJsonValue &b : page.value("bindings").toArray())
+            fromBindings.insert(b.toObject().value("tagId").toInt());
+        QSet<int> ids;
+        for (const QJsonValue &id : page.value("tagIds").toArray())
+            ids.insert(id.toInt());
+        QCOMPARE(ids, fromBindings);
+    }
+    QCOMPARE(pageIds, (QSet<int>{1, 2, 3, 4, 5}));
+    QCOMPARE(totals.size(), 9);
+    for (auto it = totals.begin(); it != totals.end(); ++it)
+        QVERIFY2(it.value() > 0, qPrintable(it.key() + QLatin1String(" is on no demo page")));
+
+    const QJsonObject overview = array.at(pages.indexOf("overview.xml")).toObject();
+    QCOMPARE(overview.value("pageName").toString(), QStringLiteral("Plant overview"));
+    QCOMPARE(overview.value("bindings").toArray().size(), 18);
+    const QJsonObject first = overview.value("bindings").toArray().at(0).toObject();
+    QCOMPARE(first.value("itemType").toString(), QStringLiteral("ScadaObject"));
+    QCOMPARE(first.value("slot").toString(), QStringLiteral("tagID_image"));
+    QCOMPARE(first.value("uid").toInt(), 1001);
+}
+
+void tst_Cli::pageShowReportsFilesThatAreNotPages()
+{
+    const QString dir = m_tmp.filePath("show");
+    QVERIFY(writeAll(dir + "/good.xml", SmallPage));
+    QVERIFY(writeAll(dir + "/defs.xml", SmallDefinitions));
+    QVERIFY(writeAll(dir + "/half.xml", HalfWrittenPage));
+    QVERIFY(writeAll(dir + "/empty.xml", QByteArray()));
+    QVERIFY(writeAll(dir + "/picture.png", Binary));
+    TIRREL(r, {"page", "show", "defs.xml", "half.xml", "good.xml", "empty.xml", "picture.png",
+               "missing.xml", "."},
+           dir);
+    EXPECT_EXIT(r, 1);
+    // The page among them is still shown; every other file is named with its reason.
+    QVERIFY(r.out.startsWith(QLatin1String("good.xml\n  page:         Small (id 9, type 0)")));
+    QCOMPARE(r.errLines(),
+             (QStringList{
+                 "tirrel page show: defs.xml is a definition file, not a page file",
+                 "tirrel page show: half.xml is not well-formed XML: line 5, column 18: "
+                 "unexpected end of file",
+                 "tirrel page show: empty.xml is empty, not a page file",
+                 "tirrel page show: picture.png is not XML, so not a page file",
+                 "tirrel page show: missing.xml cannot be read: no such file",
+                 "tirrel page show: . cannot be read: a folder, not a file"}));
+}
+
+// ---- page normalize -----------------------------------------------------------------------------
+
+void tst_Cli::normalizeLeavesDemoUnchanged()
+{
+    // The demo pages are in canonical form: normalizing them changes no byte.
+    const QString dir = m_tmp.filePath("demo-normalize");
+    QVERIFY(copyTree(DemoDir, dir));
+    const auto before = snapshot(dir);
+    const QStringList pages = QDir(dir + "/pages").entryList({"*.xml"}, QDir::Files, QDir::Name);
+    TIRREL(r, QStringList{"page", "normalize"} + pages, dir + "/pages");
+    EXPECT_EXIT(r, 0);
+    QCOMPARE(r.outLines().size(), 5);
+    QCOMPARE(countMatching(r.outLines(), ": unchanged"), 5);
+    QCOMPARE(snapshot(dir), before);
+}
+
+void tst_Cli::normalizeRewritesIntoCanonicalForm()
+{
+    const QString dir = m_tmp.filePath("rewrite");
+    QVERIFY(writeAll(dir + "/small.xml", SmallPage));
+    // Run from elsewhere: the page's fileName becomes its own name all the same.
+    TIRREL(first, {"page", "normalize", dir + "/small.xml"}, m_tmp.path());
+    EXPECT_EXIT(first, 0);
+    QCOMPARE(first.out, dir + "/small.xml: normalized\n");
+    const QByteArray canonical = readAll(dir + "/small.xml");
+    QVERIFY(canonical.startsWith("<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n<ScadaFile>\n"));
+    QVERIFY(canonical.contains("        <fileName>small.xml</fileName>\n"));
+    QVERIFY(canonical.contains("<pageID>9</pageID>"));
+    QVERIFY(canonical.contains("tagID_label=\"1\""));
+
+    // A file given twice is normalized once.
+    TIRREL(second, {"page", "normalize", "small.xml", "./small.xml"}, dir);
+    EXPECT_EXIT(second, 0);
+    QCOMPARE(second.out, QStringLiteral("small.xml: unchanged\n"));
+    QCOMPARE(readAll(dir + "/small.xml"), canonical);
+}
+
+void tst_Cli::normalizeNeverReplacesNonPages_data()
+{
+    QTest::addColumn<QByteArray>("content");
+    QTest::addColumn<QString>("reason");
+
+    QTest::newRow("definition file") << SmallDefinitions << "is a definition file, not a page file";
+    QTest::newRow("half-written page") << HalfWrittenPage << "is not well-formed XML: line 5";
+    QTest::newRow("empty") << QByteArray() << "is empty, not a page file";
+    QTest::newRow("white space") << QByteArray("\n  \n") << "is empty, not a page file";
+    QTest::newRow("binary") << Binary << "is not XML, so not a page file";
+    QTest::newRow("CSV") << QByteArray("1;2;T;WORD\n") << "is not XML, so not a page file";
+    QTest::newRow("object library") << QByteArray("<scadaObjectTypes/>")
+                                    << "is an object library file, not a page file";
+    QTest::newRow("other XML") << QByteArray("<html/>")
+                               << "is not a page file: its root element is <html>";
+}
+
+void tst_Cli::normalizeNeverReplacesNonPages()
+{
+    QFETCH(QByteArray, content);
+    QFETCH(QString, reason);
+    QTemporaryDir dir;
+    QVERIFY(writeAll(dir.filePath("target.xml"), content));
+    QVERIFY(writeAll(dir.filePath("page.xml"), SmallPage));
+    const auto before = snapshot(dir.path());
+
+    // In place: the page is normalized, the other file left alone.
+    TIRREL(r, {"page", "normalize", "target.xml", "page.xml"}, dir.path());
+    EXPECT_EXIT(r, 1);
+    QCOMPARE(r.errLines().size(), 1);
+    QVERIFY2(r.err.startsWith("tirrel page normalize: target.xml " + reason), qPrintable(r.err));
+    QVERIFY(r.err.contains(QLatin1String("left as it is")));
+    QCOMPARE(r.out, QStringLiteral("page.xml: normalized\n"));
+    QCOMPARE(readAll(dir.filePath("target.xml")), content);
+
+    // Into a folder where a file of that name is no page: the page is not written over it.
+    QVERIFY(writeAll(dir.filePath("out/page.xml"), content));
+    TIRREL(o, {"page", "normalize", "-o", "out", "page.xml"}, dir.path());
+    EXPECT_EXIT(o, 1);
+    QVERIFY2(o.err.contains("out/page.xml " + reason), qPrintable(o.err));
+    QVERIFY(o.err.contains(QLatin1String("is not replaced")));
+    QCOMPARE(readAll(dir.filePath("out/page.xml")), content);
+    QVERIFY(before.contains("target.xml"));
+}
+
+void tst_Cli::normalizeOutputFolder()
+{
+    const QString dir = m_tmp.filePath("output-folder");
+    QVERIFY(writeAll(dir + "/in/a.xml", SmallPage));
+    QVERIFY(writeAll(dir + "/in/sub/a.xml", SmallPage));
+    TIRREL(r, {"page", "normalize", "in/a.xml", "in/sub/a.xml", "--output", "out/new"}, dir);
+    EXPECT_EXIT(r, 1);  // the second a.xml would land on the first
+    QCOMPARE(r.out, QStringLiteral("out/new/a.xml: normalized\n"));
+    QVERIFY(r.err.contains(QLatin1String("in/sub/a.xml not written:")));
+    QVERIFY(r.err.contains(QLatin1String("was already written from another file")));
+    QCOMPARE(readAll(dir + "/in/a.xml"), SmallPage);    // the source stays as it was
+    const QByteArray written = readAll(dir + "/out/new/a.xml");
+    QVERIFY(written.contains("<fileName>a.xml</fileName>"));
+    QVERIFY(written.contains("<pageName>Small</pageName>"));
+}
+
+// ---- defs show ----------------------------------------------------------------------------------
+
+void tst_Cli::defsShowDemo()
+{
+    TIRREL(r, {"defs", "show", "definitions/plant.xml"}, DemoDir);
+    EXPECT_EXIT(r, 0);
+    QCOMPARE(r.outLines(), (QStringList{"definitions/plant.xml", "  channels: 3", "  tags:     36",
+                                        "  alarms:   15"}));
+
+    TIRREL(list, {"defs", "show", "--list", "definitions/plant.xml"}, DemoDir);
+    EXPECT_EXIT(list, 0);
+    const QStringList lines = list.outLines();
+    const QRegularExpression tcp(QStringLiteral("^    1 +PLC-Intake +1 +2 +10\\.20\\.1\\.11:502 "));
+    const QRegularExpression serial(QStringLiteral("^    3 +RTU-Reservoir +2 +1 +- +COM3 19200 +yes$"));
+    const QRegularExpression tag(QStringLiteral("^    310 +TT-301 Reservoir temperature +RTU-North \\(3\\) "));
+    const QRegularExpression alarm(QStringLiteral("^    15 +RTU-301 battery +306 +Equipment +1 +11\\.5 +yes$"));
+    for (const QRegularExpression &re : {tcp, serial, tag, alarm})
+        QVERIFY2(!lines.filter(re).isEmpty(), qPrintable(re.pattern()));
+    QCOMPARE(lines.filter(QRegularExpression("None")).size(), 0);  // the placeholder is no channel
+
+    TIRREL(json, {"defs", "show", "--json", "--list", "definitions/plant.xml"}, DemoDir);
+    EXPECT_EXIT(json, 0);
+    const QJsonObject o = json.json().object();
+    QCOMPARE(o.value("channels").toInt(), 3);
+    QCOMPARE(o.value("tags").toInt(), 36);
+    QCOMPARE(o.value("alarms").toInt(), 15);
+    QCOMPARE(o.value("channelList").toArray().size(), 3);
+    QCOMPARE(o.value("tagList").toArray().size(), 36);
+    QCOMPARE(o.value("alarmList").toArray().size(), 15);
+    const QJsonObject rtu = o.value("channelList").toArray().at(2).toObject();
+    QCOMPARE(rtu.value("Name").toString(), QStringLiteral("RTU-Reservoir"));
+    QCOMPARE(rtu.value("Comport").toInt(), 3);
+    QCOMPARE(rtu.value("Baudrate").toInt(), 19200);
+}
+
+void tst_Cli::defsShowRefusesOtherFiles()
+{
+    TIRREL(r, {"defs", "show", "pages/intake.xml"}, DemoDir);
+    EXPECT_EXIT(r, 1);
+    QCOMPARE(r.err, QStringLiteral("tirrel defs show: pages/intake.xml is a page file, not a "
+                                   "definition file\n"));
+    QCOMPARE(r.out, QString());
+}
+
+// ---- defs import-csv ----------------------------------------------------------------------------
+
+void tst_Cli::importCsvThenShow()
+{
+    const QString dir = m_tmp.filePath("import");
+    QVERIFY(writeAll(dir + "/a.csv", "Tag list of PLC 1\r\n"
+                                     "1;40001;Level;FLOAT\r\n"
+                                     "1;10001;Pump run;LOGIC\r\n"
+                                     "1;40003;Speed;WORD;spare\r\n"
+                                     "\r\n"
+                                     "1;40005;Hours;LONG\r\n"));
+    QVERIFY(writeAll(dir + "/b.csv", "2;7;Level;WORD\n2;8;Valve;DWORD\n2;9\n"));
+    TIRREL(r, {"defs", "import-csv", "a.csv", "b.csv", "-o", "tags.xml"}, dir);
+    EXPECT_EXIT(r, 0);
+    QCOMPARE(r.errLines(),
+             (QStringList{"tirrel defs import-csv: a.csv:1: line skipped: 1 field, a tag line has 4",
+                          "tirrel defs import-csv: a.csv:4: line skipped: 5 fields, a tag line has 4",
+                          "tirrel defs import-csv: a.csv:5: line skipped: empty line",
+                          "tirrel defs import-csv: b.csv:1: tag \"Level\" already exists; not added",
+                          "tirrel defs import-csv: b.csv:3: line skipped: 2 fields, a tag line has 4"}));
+    QCOMPARE(r.outLines(), (QStringList{"a.csv: 3 tags imported, 3 lines skipped",
+                                        "b.csv: 1 tag imported, 1 line skipped, 1 already defined",
+                                        "wrote tags.xml: 0 channels, 4 tags, 0 alarms (new tag ids 1 "
+                                        "to 4)"}));
+
+    TIRREL(show, {"defs", "show", "--json", "--list", "tags.xml"}, dir);
+    EXPECT_EXIT(show, 0);
+    const QJsonObject o = show.json().object();
+    QCOMPARE(o.value("channels").toInt(), 0);
+    QCOMPARE(o.value("alarms").toInt(), 0);
+    QStringList tags;
+    for (const QJsonValue &v : o.value("tagList").toArray()) {
+        const QJsonObject t = v.toObject();
+        tags << QStringLiteral("%1 %2 %3 %4/%5").arg(t.value("Id").toInt())
+                    .arg(t.value("Name").toString(), t.value("VariableAddress").toString())
+                    .arg(t.value("VariableType").toInt()).arg(t.value("VariableSize").toInt());
+    }
+    QCOMPARE(tags, (QStringList{"1 Level 40001 6/4", "2 Pump run 10001 16/1", "3 Hours 40005 3/4",
+                                "4 Valve 8 1/2"}));
+}
+
+void tst_Cli::importCsvAlternateTypeCodes()
+{
+    const QString dir = m_tmp.filePath("alternate");
+    QVERIFY(writeAll(dir + "/a.csv", "1;1;A;FLOAT\n1;2;B;LOGIC\n1;3;C;WORD\n"));
+    TIRREL(r, {"defs", "import-csv", "--alternate-type-codes", "a.csv", "-o", "t.xml"}, dir);
+    EXPECT_EXIT(r, 0);
+    TIRREL(show, {"defs", "show", "--json", "--list", "t.xml"}, dir);
+    QList<int> codes;
+    for (const QJsonValue &v : show.json().object().value("tagList").toArray())
+        codes << v.toObject().value("VariableType").toInt();
+    QCOMPARE(codes, (QList<int>{14, 16, 9}));
+}
+
+void tst_Cli::importCsvInto()
+{
+    const QString dir = m_tmp.filePath("into");
+    QVERIFY(copyTree(DemoDir + "/definitions", dir));
+    QVERIFY(writeAll(dir + "/extra.csv", "1;1;New tag;FLOAT\n1;2;P-101 Speed;WORD\n"));
+    const QByteArray before = readAll(dir + "/plant.xml");
+
+    // Into a new file: the existing one stays as it was.
+    TIRREL(r, {"defs", "import-csv", "chemical-building.csv", "extra.csv", "--into", "plant.xml",
+               "-o", "merged.xml"}, dir);
+    EXPECT_EXIT(r, 0);
+    QCOMPARE(readAll(dir + "/plant.xml"), before);
+    QCOMPARE(r.errLines(),
+             (QStringList{"tirrel defs import-csv: chemical-building.csv:1: line skipped: 1 field, "
+                          "a tag line has 4",
+                          "tirrel defs import-csv: extra.csv:2: tag \"P-101 Speed\" already "
+                          "exists; not added"}));
+    QVERIFY(r.out.endsWith(QLatin1String("wrote merged.xml: 3 channels, 48 tags, 15 alarms (new "
+                                         "tag ids 311 to 322)\n")));
+
+    TIRREL(show, {"defs", "show", "--json", "--list", "merged.xml"}, dir);
+    const QJsonObject merged = show.json().object();
+    TIRREL(orig, {"defs", "show", "--json", "--list", "plant.xml"}, dir);
+    const QJsonObject plant = orig.json().object();
+    QCOMPARE(merged.value("channelList"), plant.value("channelList"));
+    QCOMPARE(merged.value("alarmList"), plant.value("alarmList"));
+    const QJsonArray tags = merged.value("tagList").toArray();
+    const QJsonArray kept = plant.value("tagList").toArray();
+    for (int i = 0; i < kept.size(); ++i)
+        QCOMPARE(tags.at(i), kept.at(i));
+    QCOMPARE(tags.last().toObject().value("Name").toString(), QStringLiteral("New tag"));
+    QCOMPARE(tags.last().toObject().value("Id").toInt(), 322);
+
+    // Into the same file: allowed, and the result is that file.
+    TIRREL(same, {"defs", "import-csv", "extra.csv", "--into", "plant.xml", "-o", "plant.xml"}, dir);
+    EXPECT_EXIT(same, 0);
+    TIRREL(after, {"defs", "show", "plant.xml"}, dir);
+    QVERIFY(after.out.contains(QLatin1String("tags:     37")));
+}
+
+void tst_Cli::importCsvWritesNothingOnError_data()
+{
+    QTest::addColumn<QStringList>("args");
+    QTest::addColumn<QString>("message");
+
+    QTest::newRow("missing CSV") << QStringList{"good.csv", "missing.csv", "-o", "new.xml"}
+                                 << "cannot read the CSV file missing.csv";
+    QTest::newRow("--into a page") << QStringList{"good.csv", "--into", "page.xml", "-o", "new.xml"}
+                                   << "page.xml is a page file, not a definition file; nothing written";
+    QTest::newRow("--into a broken file")
+        << QStringList{"good.csv", "--into", "half.xml", "-o", "new.xml"}
+        << "half.xml is not well-formed XML: line 5";
+    QTest::newRow("output exists") << QStringList{"good.csv", "-o", "existing.xml"}
+                                   << "existing.xml already exists; give --into existing.xml";
+    QTest::newRow("output exists, --into another file")
+        << QStringList{"good.csv", "--into", "defs.xml", "-o", "existing.xml"}
+        << "existing.xml already exists";
+}
+
+void tst_Cli::importCsvWritesNothingOnError()
+{
+    QFETCH(QStringList, args);
+    QFETCH(QString, message);
+    QTemporaryDir dir;
+    QVERIFY(writeAll(dir.filePath("good.csv"), "1;1;A;WORD\n"));
+    QVERIFY(writeAll(dir.filePath("page.xml"), SmallPage));
+    QVERIFY(writeAll(dir.filePath("half.xml"), HalfWrittenPage));
+    QVERIFY(writeAll(dir.filePath("defs.xml"), SmallDefinitions));
+    QVERIFY(writeAll(dir.filePath("existing.xml"), "keep me"));
+    const auto before = snapshot(dir.path());
+    TIRREL(r, QStringList{"defs", "import-csv"} + args, dir.path());
+    EXPECT_EXIT(r, 1);
+    QVERIFY2(r.err.contains(message), qPrintable(r.describe()));
+    QCOMPARE(snapshot(dir.path()), before);
+
+    // --force replaces an existing output file.
+    if (args.contains("existing.xml") && !args.contains("--into")) {
+        TIRREL(forced, QStringList{"defs", "import-csv", "--force"} + args, dir.path());
+        EXPECT_EXIT(forced, 0);
+        QVERIFY(readAll(dir.filePath("existing.xml")).contains("<CTDefinitions>"));
+    }
+}
+
+// ---- check --------------------------------------------------------------------------------------
+
+void tst_Cli::checkDemo()
+{
+    TIRREL(r, {"check", "plant-demo"}, QFileInfo(DemoDir).absolutePath());
+    EXPECT_EXIT(r, 1);
+    QCOMPARE(r.err, QString());
+    QCOMPARE(r.outLines(),
+             (QStringList{
+                 "definitions/plant.xml: tag \"TT-301 Reservoir temperature\" (id 310) is read "
+                 "through channel \"RTU-North\", which this file does not define",
+                 "pages/intake.xml: SCADA object Uid 2102 is used on 2 pages: pages/intake.xml "
+                 "(ScadaObject #2 \"Pump P-102\"), pages/overview.xml (ScadaObject #2 \"Pump P-102\")",
+                 "not checked: README.md (not XML)",
+                 "not checked: definitions/chemical-building.csv (not XML)",
+                 "not checked: library/objlib.xml (object library file)",
+                 "not checked: library/userlib.xml (object library file)",
+                 "plant-demo: 2 findings (5 page files and 1 definition file checked; 4 other "
+                 "files not checked)"}));
+
+    TIRREL(json, {"check", "--json", DemoDir});
+    EXPECT_EXIT(json, 1);
+    const QJsonObject o = json.json().object();
+    QCOMPARE(o.value("status").toInt(), 1);
+    QCOMPARE(o.value("pageFiles").toArray().size(), 5);
+    QCOMPARE(o.value("definitionFiles").toArray(), QJsonArray{"definitions/plant.xml"});
+    const QJsonArray findings = o.value("findings").toArray();
+    QCOMPARE(findings.size(), 2);
+    QCOMPARE(findings.at(0).toObject().value("check").toString(), QStringLiteral("missing-channel"));
+    QCOMPARE(findings.at(1).toObject().value("check").toString(), QStringLiteral("duplicate-uid"));
+    QCOMPARE(findings.at(1).toObject().value("files").toArray(),
+             (QJsonArray{"pages/intake.xml", "pages/overview.xml"}));
+}
+
+void tst_Cli::checkDemoFixed()
+{
+    // The demo's README tells how to fix its two faults; with them fixed the project is clean.
+    const QString dir = m_tmp.filePath("plant-fixed");
+    QVERIFY(copyTree(DemoDir, dir));
+    QByteArray overview = readAll(dir + "/pages/overview.xml");
+    QCOMPARE(overview.count("Uid=\"2102\""), 1);
+    overview.replace("Uid=\"2102\"", "Uid=\"1003\"");
+    QVERIFY(writeAll(dir + "/pages/overview.xml", overview));
+    QByteArray plant = readAll(dir + "/definitions/plant.xml");
+    QCOMPARE(plant.count("RTU-North"), 1);
+    plant.replace("RTU-North", "RTU-Reservoir");
+    QVERIFY(writeAll(dir + "/definitions/plant.xml", plant));
+
+    TIRREL(r, {"check", dir});
+    EXPECT_EXIT(r, 0);
+    QVERIFY(r.out.endsWith(dir + QStringLiteral(": no findings (5 page files and 1 definition "
+                                                "file checked; 4 other files not checked)\n")));
+}
+
+void tst_Cli::checkFindsEachFaultOnce_data()
+{
+    QTest::addColumn<QString>("check");
+    QTest::addColumn<QString>("file");
+    QTest::addColumn<QString>("message");
+
+    QTest::newRow("SCADA object tag slot") << "undefined-tag" << "pages/a.xml"
+        << "ScadaObject #0 \"Pump\" (Uid 10) is bound to tag 999 (tagID_label), which no "
+           "definition file defines";
+    QTest::newRow("chart tag") << "undefined-tag" << "pages/a.xml"
+        << "RTChartItem #0 \"Trend\" is bound to tag 998 (TagIDs[1])";
+    QTest::newRow("gauge tag") << "undefined-tag" << "pages/a.xml"
+        << "GaugeItem #0 \"Pressure\" is bound to tag 997 (TagId)";
+    QTest::newRow("schedule tag") << "undefined-tag" << "pages/a.xml"
+        << "ScheduleItem #0 \"Plan\" is bound to tag 996 (TagIDs[1])";
+    QTest::newRow("report tag") << "undefined-tag" << "pages/a.xml"
+        << "DbqTextItem #0 \"Report\" is bound to tag 995 (reportTag)";
+    QTest::newRow("scroll tag") << "undefined-tag" << "pages/a.xml"
+        << "scroll tag #1 \"Missing\" is bound to tag 994 (TagID)";
+    QTest::newRow("Uid on two pages") << "duplicate-uid" << "pages/a.xml"
+        << "SCADA object Uid 20 is used on 2 pages: pages/a.xml (ScadaObject #1 \"Valve\"), "
+           "pages/b.xml (ScadaObject #0 \"Valve copy\")";
+    QTest::newRow("page id on two pages") << "duplicate-page-id" << "pages/a.xml"
+        << "page id 1 is used by 2 pages: pages/a.xml (\"Page A\"), pages/b.xml (\"Page B\")";
+    QTest::newRow("channel by name") << "missing-channel" << "defs/plant.xml"
+        << "tag \"T3\" (id 3) is read through channel \"PLC-Z\", which this file does not define";
+    QTest::newRow("channel by id") << "missing-channel" << "defs/plant.xml"
+        << "tag \"T4\" (id 4) is read through channel id 7, which this file does not define";
+    QTest::newRow("tag name twice") << "duplicate-tag-name" << "defs/plant.xml"
+        << "tag name \"T1\" is defined twice: defs/plant.xml (id 1), defs/plant.xml (id 5)";
+    QTest::newRow("tag id twice") << "duplicate-tag-id" << "defs/plant.xml"
+        << "tag id 2 is defined twice: defs/plant.xml (\"T2\"), defs/plant.xml (\"T6\")";
+    QTest::newRow("alarm on an undefined tag") << "alarm-undefined-tag" << "defs/plant.xml"
+        << "alarm \"Orphan\" (id 2) is on tag 950, which no definition file defines";
+    QTest::newRow("half-written file") << "malformed" << "pages/half-written.xml"
+        << "is not well-formed XML: line 6, column 42: unexpected end of file";
+}
+
+void tst_Cli::checkFindsEachFaultOnce()
+{
+    QFETCH(QString, check);
+    QFETCH(QString, file);
+    QFETCH(QString, message);
+    int found = 0;
+    for (const QJsonValue &v : m_faults.value("findings").toArray()) {
+        const QJsonObject f = v.toObject();
+        if (f.value("check").toString() == check && f.value("file").toString() == file
+                && f.value("message").toString().startsWith(message))
+            ++found;
+    }
+    QVERIFY2(found == 1, qPrintable(QStringLiteral("found %1 times in\n%2")
+                                        .arg(found).arg(m_faultsRun.out)));
+}
+
+void tst_Cli::checkReportsNothingElse()
+{
+    EXPECT_EXIT(m_faultsRun, 1);
+    QCOMPARE(m_faults.value("findings").toArray().size(), 14);
+    QCOMPARE(m_faults.value("complete").toBool(), true);
+    QCOMPARE(m_faults.value("pageFiles").toArray(),
+             (QJsonArray{"pages/a.xml", "pages/b.xml", "pages/c.page", "pages/d.page"}));
+    QCOMPARE(m_faults.value("notChecked").toArray(),
+             (QJsonArray{QJsonObject{{"file", "notes.txt"}, {"reason", "not XML"}}}));
+    const QJsonObject malformed = m_faults.value("findings").toArray().at(
+        m_faults.value("findings").toArray().size() - 1).toObject();
+    QCOMPARE(malformed.value("line").toInt(), 6);
+    QCOMPARE(malformed.value("column").toInt(), 42);
+
+    // The text form: one line per finding, file first, in file order.
+    TIRREL(text, {"check", "."}, FaultsDir);
+    EXPECT_EXIT(text, 1);
+    const QStringList lines = text.outLines();
+    QCOMPARE(lines.size(), 14 + 2);
+    QStringList files;
+    for (int i = 0; i < 14; ++i)
+        files << lines.at(i).section(QLatin1Char(':'), 0, 0);
+    QStringList sorted = files;
+    std::sort(sorted.begin(), sorted.end());
+    QCOMPARE(files, sorted);
+    QCOMPARE(lines.last(), QStringLiteral(".: 14 findings (4 page files and 1 definition file "
+                                          "checked; 1 other file not checked)"));
+}
+
+void tst_Cli::checkBrokenFiles()
+{
+    const QString dir = m_tmp.filePath("broken");
+    QVERIFY(writeAll(dir + "/good/page.xml", SmallPage));
+    QVERIFY(writeAll(dir + "/good/defs.xml", SmallDefinitions));
+    QVERIFY(writeAll(dir + "/empty.xml", QByteArray()));
+    QVERIFY(writeAll(dir + "/empty.txt", QByteArray()));
+    QVERIFY(writeAll(dir + "/image.xml", Binary));
+    QVERIFY(writeAll(dir + "/image.png", Binary));
+    QVERIFY(writeAll(dir + "/half.xml", HalfWrittenPage));
+    QVERIFY(writeAll(dir + "/.hidden.xml", HalfWrittenPage));
+    QCOMPARE(::mkfifo(QFile::encodeName(dir + "/pipe").constData(), 0600), 0);
+    QVERIFY(QFile::link(dir + "/nowhere.xml", dir + "/dangling.xml"));
+    const bool root = geteuid() == 0;
+    if (!root) {
+        QVERIFY(writeAll(dir + "/locked.xml", SmallPage));
+        QVERIFY(QFile::setPermissions(dir + "/locked.xml", QFileDevice::WriteOwner));
+    }
+
+    TIRREL(r, {"check", "--json", "broken"}, m_tmp.path());
+    if (!root)
+        QFile::setPermissions(dir + "/locked.xml", QFileDevice::ReadOwner | QFileDevice::WriteOwner);
+    EXPECT_EXIT(r, root ? 1 : 2);   // a file that cannot be read leaves the check incomplete
+    const QJsonObject o = r.json().object();
+    QMap<QString, QString> reported;
+    for (const QJsonValue &v : o.value("findings").toArray())
+        reported.insert(v.toObject().value("file").toString(), v.toObject().value("message").toString());
+    for (const QJsonValue &v : o.value("notChecked").toArray())
+        reported.insert(v.toObject().value("file").toString(),
+                        "not checked: " + v.toObject().value("reason").toString());
+
+    QMap<QString, QString> expected{
+        {"empty.xml", "is empty, not a well-formed XML document"},
+        {"image.xml", "is not well-formed XML: line 1, column 1: error occurred while parsing element"},
+        {"half.xml", "is not well-formed XML: line 5, column 18: unexpected end of file"},
+        {"empty.txt", "not checked: empty file"},
+        {"image.png", "not checked: not XML"},
+        {"pipe", "not checked: not a regular file"},
+        {"dangling.xml", "not checked: broken symbolic link"},
+    };
+    if (!root)
+        expected.insert("locked.xml", "cannot be read: Permission denied");
+    QCOMPARE(reported, expected);
+    QCOMPARE(o.value("pageFiles").toArray(), QJsonArray{"good/page.xml"});
+    QCOMPARE(o.value("definitionFiles").toArray(), QJsonArray{"good/defs.xml"});
+}
+
+void tst_Cli::checkUnusableInput_data()
+{
+    QTest::addColumn<QString>("setup");     // what the folder "input" is
+    QTest::addColumn<QString>("message");
+
+    QTest::newRow("missing") << "missing" << "tirrel check: input does not exist";
+    QTest::newRow("a file") << "file" << "tirrel check: input is not a folder";
+    QTest::newRow("empty folder") << "empty" << "no page or definition file found";
+    QTest::newRow("no project files") << "readme" << "no page or definition file found";
+}
+
+void tst_Cli::checkUnusableInput()
+{
+    QFETCH(QString, setup);
+    QFETCH(QString, message);
+    QTemporaryDir dir;
+    const QString input = dir.filePath("input");
+    if (setup == QLatin1String("file"))
+        QVERIFY(writeAll(input, SmallPage));
+    else if (setup == QLatin1String("empty"))
+        QVERIFY(QDir().mkpath(input));
+    else if (setup == QLatin1String("readme"))
+        QVERIFY(writeAll(input + "/README.md", "# nothing here\n"));
+    TIRREL(r, {"check", "input"}, dir.path());
+    EXPECT_EXIT(r, 2);
+    QVERIFY2((r.out + r.err).contains(message), qPrintable(r.describe()));
+}
+
+void tst_Cli::checkWithoutDefinitions()
+{
+    QTemporaryDir dir;
+    QVERIFY(writeAll(dir.filePath("page.xml"), SmallPage));
+    TIRREL(r, {"check", "."}, dir.path());
+    EXPECT_EXIT(r, 0);
+    QCOMPARE(r.outLines(), (QStringList{
+                               "note: no definition file found, so tag bindings were not checked",
+                               ".: no findings (1 page file and 0 definition files checked)"}));
+}
+
+// ---- plugin and library show --------------------------------------------------------------------
+
+void tst_Cli::plugin()
+{
+    const QString library = QStringLiteral(TIRREL_PLUGIN_FILE);
+    TIRREL(r, {"plugin", library});
+    EXPECT_EXIT(r, 0);
+    const QStringList lines = r.outLines();
+    QCOMPARE(lines.value(0), library);
+    for (const char *expected :
+         {"  IID:         org.qt-project.Qt.OrvidePlugin", "  class name:  TirrelPlugin",
+          "    Category     Orvide", "    Description  Tirrel",
+          "  loads:       yes, plug-in object TirrelPlugin (a host plug-in)"}) {
+        QVERIFY2(lines.contains(QString::fromUtf8(expected)), qPrintable(r.out));
+    }
+
+    TIRREL(json, {"plugin", "--json", library});
+    EXPECT_EXIT(json, 0);
+    const QJsonObject o = json.json().object();
+    QCOMPARE(o.value("IID").toString(), QStringLiteral("org.qt-project.Qt.OrvidePlugin"));
+    QCOMPARE(o.value("className").toString(), QStringLiteral("TirrelPlugin"));
+    QCOMPARE(o.value("hostPlugin").toBool(), true);
+    QCOMPARE(o.value("MetaData").toObject().keys(),
+             (QStringList{"Category", "Description", "Url", "Vendor"}));
+}
+
+void tst_Cli::pluginRefusesOtherFiles_data()
+{
+    QTest::addColumn<QString>("file");
+    QTest::addColumn<QString>("message");
+    QTest::newRow("a page") << DemoDir + "/pages/intake.xml" << "is not a Qt plug-in";
+    QTest::newRow("the tool itself") << Program << "is not a Qt plug-in";
+    QTest::newRow("missing") << m_tmp.filePath("missing.so") << "does not exist";
+    QTest::newRow("a folder") << DemoDir << "is not a file";
+}
+
+void tst_Cli::pluginRefusesOtherFiles()
+{
+    QFETCH(QString, file);
+    QFETCH(QString, message);
+    TIRREL(r, {"plugin", file});
+    EXPECT_EXIT(r, 1);
+    QCOMPARE(r.err, QStringLiteral("tirrel plugin: %1 %2").arg(file, message)
+                        + (message.contains("plug-in") ? ": it has no plug-in metadata\n" : "\n"));
+}
+
+void tst_Cli::libraryShow()
+{
+    // The engine reads the standard library beside the program's folder and the user library in
+    // the home directory: a copy of the program in a folder of its own, and a home of its own.
+    QTemporaryDir root;
+    QVERIFY(QDir().mkpath(root.filePath("bin")));
+    const QString program = root.filePath("bin/tirrel");
+    QVERIFY(QFile::copy(Program, program));
+    QVERIFY(writeAll(root.filePath("scdLib/objlib.xml"), readAll(DemoDir + "/library/objlib.xml")));
+    QVERIFY(writeAll(root.filePath("home/Parvane/userlib.xml"),
+                     readAll(DemoDir + "/library/userlib.xml")));
+
+    TIRREL(r, {"library", "show"}, root.path(), root.filePath("home"), program);
+    EXPECT_EXIT(r, 0);
+    const QStringList lines = r.outLines();
+    QCOMPARE(lines.value(0), "standard library: " + root.filePath("scdLib/objlib.xml") + ", 9 objects");
+    QCOMPARE(lines.value(1), "user library:     " + root.filePath("home/Parvane/userlib.xml") + ", 1 object");
+    QVERIFY(!lines.filter(QRegularExpression("^  1 +Centrifugal pump +Pumps +4 +64 x 64 +standard +"
+                                             "images/pump_stopped.png, images/pump_running.png")).isEmpty());
+    QVERIFY(!lines.filter(QRegularExpression("^  10 +Reservoir RTU +Telemetry +0 +0 x 0 +user ")).isEmpty());
+
+    TIRREL(json, {"library", "show", "--json"}, root.path(), root.filePath("home"), program);
+    const QJsonArray objects = json.json().object().value("objects").toArray();
+    QCOMPARE(objects.size(), 10);
+    QCOMPARE(objects.last().toObject().value("isUserObject").toBool(), true);
+    QCOMPARE(objects.first().toObject().value("isUserObject").toBool(), false);
+}
+
+void tst_Cli::libraryShowWithoutFiles()
+{
+    QTemporaryDir home;
+    TIRREL(r, {"library", "show", "--json"}, home.path(), home.path());
+    EXPECT_EXIT(r, 0);
+    const QJsonObject o = r.json().object();
+    QCOMPARE(o.value("standardLibraryFound").toBool(), false);
+    QCOMPARE(o.value("userLibraryFound").toBool(), false);
+    QCOMPARE(o.value("objects").toArray().size(), 0);
+    // Like the editor, the engine makes the user image folder.
+    QVERIFY(QFileInfo(home.filePath("Parvane/images")).isDir());
+}
+
+QTEST_GUILESS_MAIN(tst_Cli)
+#include "tst_cli.moc"

@@ -1,0 +1,247 @@
+// ProjectFileProbe: telling the files of a project apart by their content.
+#include <projectFileProbe.h>
+#include <scaFileProcessor.h>
+#include <tgchFileProcessor.h>
+
+#include <QFile>
+#include <QTemporaryDir>
+#include <QtTest>
+
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <memory>
+
+Q_DECLARE_METATYPE(ProjectFileInfo_t::Kind)
+
+namespace {
+
+QByteArray utf16le(const QString &text)
+{
+    return QByteArray("\xFF\xFE", 2)
+           + QByteArray(reinterpret_cast<const char *>(text.utf16()), 2 * text.size());
+}
+
+QByteArray nested(int depth)
+{
+    return QByteArray("<ScadaFile>") + QByteArray("<a>").repeated(depth)
+           + QByteArray("</a>").repeated(depth) + QByteArray("</ScadaFile>");
+}
+
+// "kind root line:column" for one comparison that names every part.
+QString summary(const ProjectFileInfo_t &info)
+{
+    return QStringLiteral("%1 %2 %3:%4")
+        .arg(int(info.kind))
+        .arg(info.rootElement.isEmpty() ? QStringLiteral("-") : info.rootElement)
+        .arg(info.errorLine)
+        .arg(info.errorColumn);
+}
+
+QString expected(ProjectFileInfo_t::Kind kind, const QString &root, int line = 0, int column = 0)
+{
+    ProjectFileInfo_t info;
+    info.kind = kind;
+    info.rootElement = root;
+    info.errorLine = line;
+    info.errorColumn = column;
+    return summary(info);
+}
+
+void writeFile(const QString &path, const QByteArray &data)
+{
+    QFile file(path);
+    QVERIFY(file.open(QIODevice::WriteOnly));
+    QCOMPARE(file.write(data), qint64(data.size()));
+}
+
+} // namespace
+
+class tst_ProjectFileProbe : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void probe_data();
+    void probe();
+    void agreesWithReaders_data();
+    void agreesWithReaders();
+    void messages();
+    void probeFile_data();
+    void probeFile();
+    void probeFileUnreadable();
+    void probeFilePipe();
+    void probeFileTooLarge();
+
+private:
+    QTemporaryDir m_dir;
+};
+
+void tst_ProjectFileProbe::probe_data()
+{
+    using K = ProjectFileInfo_t;
+    QTest::addColumn<QByteArray>("data");
+    QTest::addColumn<QString>("expected");
+
+    QTest::newRow("empty") << QByteArray() << expected(K::Empty, {});
+    QTest::newRow("white space") << QByteArray(" \r\n\t\n") << expected(K::Empty, {});
+    QTest::newRow("byte-order mark only") << QByteArray("\xEF\xBB\xBF\n") << expected(K::Empty, {});
+    QTest::newRow("CSV text") << QByteArray("1;200;Pump1;WORD\n") << expected(K::NotXml, {}, 1, 1);
+    QTest::newRow("binary") << QByteArray("\x89PNG\r\n\x1a\n\0\0\0\rIHDR", 16)
+                            << expected(K::NotXml, {}, 1, 1);
+    QTest::newRow("text before the markup") << QByteArray("x<ScadaFile/>")
+                                            << expected(K::NotXml, {}, 1, 1);
+    QTest::newRow("page") << QByteArray("<?xml version=\"1.0\"?>\n<ScadaFile><ItemList/></ScadaFile>")
+                          << expected(K::PageFile, "ScadaFile");
+    QTest::newRow("page after a byte-order mark and blank lines")
+        << QByteArray("\xEF\xBB\xBF\n\n  <ScadaFile/>") << expected(K::PageFile, "ScadaFile");
+    QTest::newRow("page in UTF-16")
+        << utf16le(QStringLiteral("<?xml version=\"1.0\" encoding=\"UTF-16\"?><ScadaFile/>"))
+        << expected(K::PageFile, "ScadaFile");
+    QTest::newRow("definition file") << QByteArray("<CTDefinitions><TagList/></CTDefinitions>")
+                                     << expected(K::DefinitionFile, "CTDefinitions");
+    QTest::newRow("exported definition file")
+        << QByteArray("<!DOCTYPE ChannelAndTagDefinitions>\n<CTDefinitions/>")
+        << expected(K::DefinitionFile, "CTDefinitions");
+    QTest::newRow("object library") << QByteArray("<scadaObjectTypes><object name=\"P\"/></scadaObjectTypes>")
+                                    << expected(K::ObjectLibraryFile, "scadaObjectTypes");
+    QTest::newRow("picture in SVG") << QByteArray("<svg xmlns=\"http://www.w3.org/2000/svg\"/>")
+                                    << expected(K::OtherXml, "svg");
+    QTest::newRow("root names count letter case") << QByteArray("<scadafile/>")
+                                                  << expected(K::OtherXml, "scadafile");
+    QTest::newRow("half-written page")
+        << QByteArray("<?xml version=\"1.0\"?>\n<ScadaFile>\n  <ItemList>\n    <Item>\n")
+        << expected(K::Malformed, {}, 5, 1);
+    QTest::newRow("mismatched end tag") << QByteArray("<ScadaFile>\n<ItemList>\n</Items>\n</ScadaFile>")
+                                        << expected(K::Malformed, {}, 3, 8);
+    QTest::newRow("second root element") << QByteArray("<a></a><b/>")
+                                         << expected(K::Malformed, {}, 1, 9);
+    QTest::newRow("nested beyond the readers' limit")
+        << nested(1100) << expected(K::Malformed, {}, 0, 0);
+    QTest::newRow("nested within the readers' limit")
+        << nested(1000) << expected(K::PageFile, "ScadaFile");
+    QTest::newRow("external entity")
+        << QByteArray("<!DOCTYPE x [<!ENTITY e SYSTEM \"/etc/passwd\">]><ScadaFile>&e;</ScadaFile>")
+        << expected(K::Malformed, {}, 0, 0);
+}
+
+void tst_ProjectFileProbe::probe()
+{
+    QFETCH(QByteArray, data);
+    QFETCH(QString, expected);
+    const ProjectFileInfo_t info = ProjectFileProbe::probe(data);
+    QCOMPARE(summary(info), expected);
+    const bool failed = info.kind == ProjectFileInfo_t::Malformed
+                        || info.kind == ProjectFileInfo_t::NotXml;
+    QCOMPARE(!info.errorMessage.isEmpty(), failed);
+}
+
+void tst_ProjectFileProbe::agreesWithReaders_data()
+{
+    QTest::addColumn<QByteArray>("data");
+    QTest::newRow("empty") << QByteArray();
+    QTest::newRow("text") << QByteArray("a;b;c;d");
+    QTest::newRow("truncated") << QByteArray("<ScadaFile><ItemList>");
+    QTest::newRow("too deep") << nested(1100);
+    QTest::newRow("page") << QByteArray("<ScadaFile/>");
+    QTest::newRow("definitions") << QByteArray("<CTDefinitions/>");
+    QTest::newRow("other") << QByteArray("<html><body/></html>");
+}
+
+void tst_ProjectFileProbe::agreesWithReaders()
+{
+    // What the probe calls well-formed, the page reader loads, and nothing else.
+    QFETCH(QByteArray, data);
+    const ProjectFileInfo_t info = ProjectFileProbe::probe(data);
+    const bool wellFormed = !info.rootElement.isEmpty();
+    std::unique_ptr<ScaFileData> page(ScaFileProcessor::loadFileData(data, QString()));
+    QCOMPARE(bool(page), wellFormed);
+    if (page)
+        page->deleteAllItems();
+}
+
+void tst_ProjectFileProbe::messages()
+{
+    QCOMPARE(ProjectFileProbe::probe("<a>").errorMessage, QStringLiteral("unexpected end of file"));
+    const QString limits = ProjectFileProbe::probe(nested(1100)).errorMessage;
+    QVERIFY2(limits.contains(QLatin1String("1024")), qPrintable(limits));
+}
+
+void tst_ProjectFileProbe::probeFile_data()
+{
+    QTest::addColumn<QString>("name");
+    QTest::addColumn<QByteArray>("data");
+    QTest::addColumn<ProjectFileInfo_t::Kind>("kind");
+    QTest::addColumn<QString>("message");
+
+    // The name never counts: a page called .csv is a page, a CSV called .xml is no XML.
+    QTest::newRow("page named .csv") << "page.csv" << QByteArray("<ScadaFile/>")
+                                     << ProjectFileInfo_t::PageFile << QString();
+    QTest::newRow("text named .xml") << "tags.xml" << QByteArray("a;b;c;d")
+                                     << ProjectFileInfo_t::NotXml
+                                     << "error occurred while parsing element";
+    QTest::newRow("empty file") << "empty.xml" << QByteArray() << ProjectFileInfo_t::Empty
+                                << QString();
+    QTest::newRow("missing file") << "missing.xml" << QByteArray() << ProjectFileInfo_t::Unreadable
+                                  << "no such file";
+    QTest::newRow("folder") << "folder" << QByteArray() << ProjectFileInfo_t::Unreadable
+                            << "a folder, not a file";
+}
+
+void tst_ProjectFileProbe::probeFile()
+{
+    QFETCH(QString, name);
+    QFETCH(QByteArray, data);
+    QFETCH(ProjectFileInfo_t::Kind, kind);
+    QFETCH(QString, message);
+    const QString path = m_dir.filePath(name);
+    if (name == QLatin1String("folder"))
+        QVERIFY(QDir(m_dir.path()).mkpath(name));
+    else if (name != QLatin1String("missing.xml"))
+        writeFile(path, data);
+    const ProjectFileInfo_t info = ProjectFileProbe::probeFile(path);
+    QCOMPARE(info.kind, kind);
+    QCOMPARE(info.errorMessage, message);
+}
+
+void tst_ProjectFileProbe::probeFileUnreadable()
+{
+    if (geteuid() == 0)
+        QSKIP("file permissions do not bind the superuser");
+    const QString path = m_dir.filePath("locked.xml");
+    writeFile(path, "<ScadaFile/>");
+    QVERIFY(QFile::setPermissions(path, QFileDevice::WriteOwner));
+    const ProjectFileInfo_t info = ProjectFileProbe::probeFile(path);
+    QFile::setPermissions(path, QFileDevice::ReadOwner | QFileDevice::WriteOwner);
+    QCOMPARE(info.kind, ProjectFileInfo_t::Unreadable);
+    QVERIFY(!info.errorMessage.isEmpty());
+}
+
+void tst_ProjectFileProbe::probeFilePipe()
+{
+    // A pipe without a writer would block a reader for ever; it is never opened.
+    const QString path = m_dir.filePath("pipe");
+    QCOMPARE(::mkfifo(QFile::encodeName(path).constData(), 0600), 0);
+    const ProjectFileInfo_t info = ProjectFileProbe::probeFile(path);
+    QCOMPARE(info.kind, ProjectFileInfo_t::Unreadable);
+    QCOMPARE(info.errorMessage, QStringLiteral("not a regular file"));
+}
+
+void tst_ProjectFileProbe::probeFileTooLarge()
+{
+    // A sparse file: its size counts, not the space it takes.
+    const QString path = m_dir.filePath("huge.xml");
+    QFile file(path);
+    QVERIFY(file.open(QIODevice::WriteOnly));
+    QVERIFY(file.write("<ScadaFile>") > 0);
+    if (!file.resize(ProjectFileProbe::MaxFileSize + 1))
+        QSKIP("this file system cannot hold a sparse file of that size");
+    file.close();
+    const ProjectFileInfo_t info = ProjectFileProbe::probeFile(path);
+    QFile::remove(path);
+    QCOMPARE(info.kind, ProjectFileInfo_t::TooLarge);
+    QVERIFY(info.errorMessage.contains(QString::number(ProjectFileProbe::MaxFileSize)));
+}
+
+QTEST_GUILESS_MAIN(tst_ProjectFileProbe)
+#include "tst_projectfileprobe.moc"
