@@ -25,11 +25,11 @@ bool treeMatches(FileDataTree *tree, const TirrelGen::DefinitionData &data)
 
 FileDataTree *loadedTree(int tags)
 {
-    static QHash<int, FileDataTree *> trees;
-    FileDataTree *&tree = trees[tags];
+    static QHash<int, std::shared_ptr<FileDataTree>> trees;
+    std::shared_ptr<FileDataTree> &tree = trees[tags];
     if (!tree)
-        tree = TgchFileProcessor::loadFileData(Bench::definitionFile(tags).bytes);
-    return tree;
+        tree.reset(TgchFileProcessor::loadFileData(Bench::definitionFile(tags).bytes));
+    return tree.get();
 }
 
 struct Models

@@ -32,8 +32,14 @@ bool pageHasAllItems(ScaFileData *page, int items)
 
 ScaFileData *loadedPage(int items)
 {
-    static QHash<int, ScaFileData *> pages;
-    ScaFileData *&page = pages[items];
+    // Deleted with every item record at exit, like any page the editor closes.
+    struct Cache
+    {
+        QHash<int, ScaFileData *> pages;
+        ~Cache() { for (ScaFileData *page : qAsConst(pages)) deletePage(page); }
+    };
+    static Cache cache;
+    ScaFileData *&page = cache.pages[items];
     if (!page)
         page = ScaFileProcessor::loadFileData(pageFile(items).bytes, pageSavePath(items));
     return page;

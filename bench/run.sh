@@ -7,9 +7,8 @@
 #   bench/run.sh quick            the two smaller sizes only, 3 runs each (a few minutes)
 #   bench/run.sh -- <args>        extra Google Benchmark arguments for every group
 #
-# Each group of benchmarks (pages, definitions, project, object library) runs once per size in a
-# process of its own, so that no measurement works in a heap that the larger data of another
-# left behind.
+# Each benchmark runs at each size in a process of its own (the project look-ups of one size
+# share one), so that no measurement works in a heap that the data of another left behind.
 #
 # BUILD_DIR (default: build) is the build directory, configured with TIRREL_BUILD_BENCH=ON;
 # JOBS the parallel build jobs; TIRREL_BENCH_RUNS=<n> caps the runs per benchmark. The JSON
@@ -51,18 +50,27 @@ export XDG_RUNTIME_DIR="$work/run"
 mkdir -p -m 700 "$XDG_RUNTIME_DIR"
 cd "$work/cwd"
 
-run_group() {   # <name> <filter>
+run_one() {   # <output name> <filter>
     echo "== $1" >&2
     "$build/bench/tirrel_bench" --benchmark_filter="$2" \
         --benchmark_out="$out/bench-$1.json" --benchmark_out_format=json ${extra[@]+"${extra[@]}"} >&2
 }
-for n in "${sizes[@]}"; do
-    run_group "page-$n" "^page_[a-z]+/$n/"
-    run_group "definitions-$n" "^(definition|csv|watcher)_[a-z_]+/$n/"
-    run_group "library-$n" "^library_[a-z_]+/$n/"
-done
-for n in "${project_sizes[@]}"; do
-    run_group "project-$n" "^project_[a-z_]+/$n/"
+wanted() {   # <size> <list of sizes>
+    local n=$1; shift
+    for s in "$@"; do [ "$s" = "$n" ] && return 0; done
+    return 1
+}
+# Every benchmark and size in a process of its own; the project look-ups of one size share one
+# (building a project of 10,000 pages takes longer than all its look-ups).
+"$build/bench/tirrel_bench" --benchmark_list_tests=true | cut -d/ -f1,2 | sort -u -t/ -k2,2n -k1,1 |
+while IFS=/ read -r name size; do
+    if [[ $name == project_* ]]; then
+        if wanted "$size" "${project_sizes[@]}" && [ ! -e "$out/bench-project-$size.json" ]; then
+            run_one "project-$size" "^project_[a-z_]+/$size/"
+        fi
+    elif wanted "$size" "${sizes[@]}"; then
+        run_one "$name-$size" "^$name/$size/"
+    fi
 done
 
 # Memory: each measurement in a process of its own.

@@ -110,6 +110,20 @@ void fillProject(ProjectDataTree &tree)
                       makePage(3, QStringLiteral("c.xml"), {30, 31}));
 }
 
+// A project that a host closes from a static destructor, after the static objects of the library
+// that came into being later than it are gone. Made before any page is deleted in this process.
+struct ClosedAtExit
+{
+    ProjectDataTree tree;
+    RecordProbe records;
+    ~ClosedAtExit() { tree.selfDestruct(); }
+};
+ClosedAtExit &closedAtExit()
+{
+    static ClosedAtExit holder;
+    return holder;
+}
+
 } // namespace
 
 class tst_ProjectDataTree : public QObject
@@ -117,6 +131,7 @@ class tst_ProjectDataTree : public QObject
     Q_OBJECT
 
 private slots:
+    void initTestCase() { closedAtExit(); }
     void construction();
     void emptyTree();
     void lookUpsByUid_data();
@@ -137,6 +152,7 @@ private slots:
     void move();
     void selfDestruct();
     void selfDestructEmptyTree();
+    void selfDestructAtExit();
 };
 
 void tst_ProjectDataTree::construction()
@@ -497,6 +513,16 @@ void tst_ProjectDataTree::selfDestructEmptyTree()
     tree.selfDestruct();
     QVERIFY(tree.pages.isEmpty());
     QCOMPARE(tree.auxText1, QStringLiteral("kept"));
+}
+
+// The pages go when the process ends; the test fails if that crashes.
+void tst_ProjectDataTree::selfDestructAtExit()
+{
+    ClosedAtExit &holder = closedAtExit();
+    ScaFileData *page = makePage(5, QStringLiteral("exit.xml"));
+    addEveryKind(page, holder.records);
+    holder.tree.pages.insert(page->pageProperties.fileName, page);
+    QCOMPARE(holder.records.alive(), 9);
 }
 
 QTEST_GUILESS_MAIN(tst_ProjectDataTree)

@@ -2,6 +2,8 @@
 
 #include <QtGlobal>
 
+#include <type_traits>
+
 namespace {
 
 // qrand() is deprecated, but the identifiers must follow the sequence of the host's qsrand().
@@ -61,6 +63,13 @@ bool walkObjects(const QHash<QString, ScaFileData *> &pages, F f)
             const int next = i + ObjectsAhead;
             if (next < count && objects.at(next))
                 prefetch(&(objects.at(next)->*Field));
+            // A text's characters lie behind one more pointer: asked for once the record that
+            // holds it has arrived, half way.
+            if constexpr (std::is_same_v<std::decay_t<decltype(objects.at(0)->*Field)>, QString>) {
+                const int half = i + ObjectsAhead / 2;
+                if (half >= 0 && half < count && objects.at(half))
+                    prefetch((objects.at(half)->*Field).constData());
+            }
             if (i < 0)
                 continue;
             ScadaObjectLoadData_t *object = objects.at(i);
@@ -85,6 +94,26 @@ ScaFileData *pageWithId(const QHash<QString, ScaFileData *> &pages, int pageId)
     return found;
 }
 
+// The first entry of the walk whose key is name, or end. The keys' characters are asked for
+// PagesAhead entries early.
+QHash<QString, ScaFileData *>::const_iterator entryNamed(const QHash<QString, ScaFileData *> &pages,
+                                                         const QString &name)
+{
+    const auto end = pages.cend();
+    auto ahead = pages.cbegin();
+    for (int i = 0; i < PagesAhead && ahead != end; ++i, ++ahead)
+        prefetch(ahead.key().constData());
+    for (auto it = pages.cbegin(); it != end; ++it) {
+        if (ahead != end) {
+            prefetch(ahead.key().constData());
+            ++ahead;
+        }
+        if (it.key() == name)
+            return it;
+    }
+    return end;
+}
+
 } // namespace
 
 ProjectDataTree::ProjectDataTree() = default;
@@ -96,20 +125,13 @@ ProjectDataTree::~ProjectDataTree() = default;
 
 bool ProjectDataTree::containsFileName(QString name) const
 {
-    for (auto it = pages.cbegin(); it != pages.cend(); ++it) {
-        if (it.key() == name)
-            return true;
-    }
-    return false;
+    return entryNamed(pages, name) != pages.cend();
 }
 
 ScaFileData *ProjectDataTree::getFiledataWithName(QString name) const
 {
-    for (auto it = pages.cbegin(); it != pages.cend(); ++it) {
-        if (it.key() == name)
-            return it.value();
-    }
-    return nullptr;
+    const auto it = entryNamed(pages, name);
+    return it != pages.cend() ? it.value() : nullptr;
 }
 
 ScaFileData *ProjectDataTree::getFiledataWithPageId(int pageId) const

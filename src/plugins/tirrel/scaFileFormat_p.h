@@ -88,10 +88,21 @@ double parseDouble(const QString &text);
 // QDomElement::text() without its copy in the common case of one text or CDATA child.
 QString elementText(const QDomElement &element);
 
+// A text read from the document, in memory of its own. The DOM hands out its own strings, which
+// would otherwise outlive the document scattered among its freed nodes: they would pin that
+// memory, and every later copy or deletion of a record would touch all of it.
+// Null and empty texts stay as they are (they hold no memory).
+inline QString ownText(QString text)
+{
+    if (!text.isEmpty())
+        text.detach();
+    return text;
+}
+
 // Values of an element's text; `element` null means the element is missing and gives `def`.
 inline QString textOf(const QDomElement &element, const QString &def = QString())
 {
-    return element.isNull() ? def : elementText(element);
+    return element.isNull() ? def : ownText(elementText(element));
 }
 inline int intOf(const QDomElement &element, int def)
 {
@@ -154,7 +165,9 @@ QString attributeValue(const QDomElement &element, const QString &name, bool *fo
 // Attribute values; a missing attribute (or a null element) gives `def`.
 inline QString textAttr(const QDomElement &element, const QString &name, const QString &def = QString())
 {
-    return element.attribute(name, def);
+    bool found = false;
+    const QString value = attributeValue(element, name, &found);
+    return found ? ownText(value) : def;
 }
 inline int intAttr(const QDomElement &element, const QString &name, int def)
 {

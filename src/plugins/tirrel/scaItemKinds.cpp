@@ -10,7 +10,7 @@ namespace {
 // A table entry from the kind's page list, reader, content writer and copy function; the record
 // type follows from the reader, and the deletion of a page's records from the list.
 template <auto List, auto Read, auto Write, auto Copy>
-ItemKind makeItemKind(const QString &itemType)
+constexpr ItemKind makeItemKind(QLatin1String itemType)
 {
     using Record = std::remove_pointer_t<decltype(Read(nullptr))>;
     struct Ops
@@ -21,13 +21,14 @@ ItemKind makeItemKind(const QString &itemType)
             (page->*List).append(record);
             return record->base;
         }
-        static void write(QXmlStreamWriter &w, const ScaFileData &page, const QString &itemType)
+        static void write(QXmlStreamWriter &w, const ScaFileData &page, QLatin1String itemType)
         {
+            const QString type(itemType);
             for (const Record *record : page.*List) {
                 if (!record)
                     continue;
                 w.writeStartElement(PageXml::Item);
-                w.writeTextElement(PageXml::ItemType, itemType);
+                w.writeTextElement(PageXml::ItemType, type);
                 Write(w, *record);
                 w.writeEndElement(); // </Item>
             }
@@ -57,39 +58,39 @@ ItemKind makeItemKind(const QString &itemType)
     return {itemType, &Ops::read, &Ops::write, &Ops::copy, &Ops::deleteAll};
 }
 
-const QString ScadaObjectType = QStringLiteral("ScadaObject");
+constexpr QLatin1String ScadaObjectType("ScadaObject", 11);
 
 } // namespace
 
-const QVector<ItemKind> &itemKinds()
+const std::array<ItemKind, ItemKindCount> &itemKinds()
 {
     // Writing order. Reading matches the texts exactly, so the order does not matter there.
-    static const QVector<ItemKind> kinds = {
+    static constexpr std::array<ItemKind, ItemKindCount> kinds = {
         makeItemKind<&ScaFileData::scadaObjects, &ScaFileProcessor::scadaObjectFromXML,
                      &writeScadaObject, &copyScadaObjectData>(ScadaObjectType),
         makeItemKind<&ScaFileData::textItems, &ScaFileProcessor::textItemFromXML,
-                     &writeTextItem, &copyTextItemData>(QStringLiteral("TextItem")),
+                     &writeTextItem, &copyTextItemData>(QLatin1String("TextItem", 8)),
         makeItemKind<&ScaFileData::scheduleItems, &ScaFileProcessor::schItemFromXML,
-                     &writeScheduleItem, &copyScheduleItemData>(QStringLiteral("ScheduleItem")),
+                     &writeScheduleItem, &copyScheduleItemData>(QLatin1String("ScheduleItem", 12)),
         makeItemKind<&ScaFileData::rtChartItems, &ScaFileProcessor::rtchartItemFromXML,
-                     &writeRealTimeChartItem, &copyRealTimeChartItemData>(QStringLiteral("RTChartItem")),
+                     &writeRealTimeChartItem, &copyRealTimeChartItemData>(QLatin1String("RTChartItem", 11)),
         makeItemKind<&ScaFileData::dbqTextItems, &ScaFileProcessor::dbqTextItemFromXML,
-                     &writeDbQueryTextItem, &copyDbQueryTextItemData>(QStringLiteral("DbqTextItem")),
+                     &writeDbQueryTextItem, &copyDbQueryTextItemData>(QLatin1String("DbqTextItem", 11)),
         makeItemKind<&ScaFileData::tableItems, &ScaFileProcessor::tableItemFromXML,
-                     &writeTableItem, &copyTableItemData>(QStringLiteral("TableItem")),
+                     &writeTableItem, &copyTableItemData>(QLatin1String("TableItem", 9)),
         makeItemKind<&ScaFileData::imageItems, &ScaFileProcessor::imageItemFromXML,
-                     &writeImageItem, &copyImageItemData>(QStringLiteral("ImageItem")),
+                     &writeImageItem, &copyImageItemData>(QLatin1String("ImageItem", 9)),
         makeItemKind<&ScaFileData::gaugeItems, &ScaFileProcessor::gaugeItemFromXML,
-                     &writeGaugeItem, &copyGaugeItemData>(QStringLiteral("GaugeItem")),
+                     &writeGaugeItem, &copyGaugeItemData>(QLatin1String("GaugeItem", 9)),
         makeItemKind<&ScaFileData::webFrameItems, &ScaFileProcessor::webFrameItemFromXML,
-                     &writeWebFrameItem, &copyWebFrameItemData>(QStringLiteral("WebFrameItem")),
+                     &writeWebFrameItem, &copyWebFrameItemData>(QLatin1String("WebFrameItem", 12)),
     };
     return kinds;
 }
 
 const ItemKind *itemKindFor(const QDomElement &itemType)
 {
-    const QString text = itemType.isNull() ? ScadaObjectType : itemType.text();
+    const QString text = itemType.isNull() ? QString(ScadaObjectType) : itemType.text();
     for (const ItemKind &kind : itemKinds()) {
         if (kind.itemType == text)
             return &kind;

@@ -16,26 +16,32 @@
 #include <QPair>
 #include <QVector>
 
+#include <array>
+
 class QDomElement;
 class QXmlStreamWriter;
 
+// Trivially destructible, so that the table stays usable while static objects are destroyed
+// (a host may delete its pages from a static destructor).
 struct ItemKind
 {
     // The "ItemType" text, compared exactly.
-    QString itemType;
+    QLatin1String itemType;
     // Reads one "Item" element into a new record, appends it to the page's list of the kind and
     // returns its base record.
     ItemBaseData_t *(*read)(QDomElement *item, ScaFileData *page);
     // Writes one "Item" element (with its "ItemType") per record of the page's list, in order.
-    void (*write)(QXmlStreamWriter &writer, const ScaFileData &page, const QString &itemType);
+    void (*write)(QXmlStreamWriter &writer, const ScaFileData &page, QLatin1String itemType);
     // Replaces target's list of the kind by deep copies of the records in source's list.
     void (*copy)(const ScaFileData &source, ScaFileData *target);
     // Deletes every record of the page's list of the kind and empties the list.
     void (*deleteAll)(ScaFileData *page);
 };
 
+constexpr int ItemKindCount = 9;
+
 // Every kind, in the order the page file writer emits them.
-const QVector<ItemKind> &itemKinds();
+const std::array<ItemKind, ItemKindCount> &itemKinds();
 
 // The kind of an "Item" element from its "ItemType" child: a null element (no "ItemType")
 // is a SCADA object; any text not in the table (case counts) gives null.
