@@ -62,12 +62,12 @@ const TirrelGen::Output &pageFile(int items)
 {
     static QHash<int, std::shared_ptr<TirrelGen::Output>> cache;
     return cached(cache, items, [items] {
-        TirrelGen::PageSpec spec;
-        spec.items = items;
-        spec.seed = kSeed;
-        spec.fileName = pageSavePath(items);
-        spec.relativePath = QStringLiteral("pages/page-%1.xml").arg(items);
-        return TirrelGen::page(spec, true);
+        TirrelGen::PageRequest request;
+        request.items = items;
+        request.seed = kSeed;
+        request.fileName = pageSavePath(items);
+        request.relativePath = QStringLiteral("pages/page-%1.xml").arg(items);
+        return TirrelGen::page(request, true);
     });
 }
 

@@ -131,11 +131,11 @@ QByteArray pageBytes(const QString &source)
     bool isNumber = false;
     const int items = source.toInt(&isNumber);
     if (isNumber) {
-        TirrelGen::PageSpec spec;
-        spec.items = items;
-        spec.seed = 20240601;
-        spec.fileName = QStringLiteral("page-%1.xml").arg(items);
-        return TirrelGen::page(spec).bytes;
+        TirrelGen::PageRequest request;
+        request.items = items;
+        request.seed = 20240601;
+        request.fileName = QStringLiteral("page-%1.xml").arg(items);
+        return TirrelGen::page(request).bytes;
     }
     QFile file(source);
     return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
@@ -171,9 +171,9 @@ int main(int argc, char **argv)
 
     // Warm-up on a small page.
     {
-        TirrelGen::PageSpec spec;
-        spec.items = 200;
-        const QByteArray small = TirrelGen::page(spec).bytes;
+        TirrelGen::PageRequest request;
+        request.items = 200;
+        const QByteArray small = TirrelGen::page(request).bytes;
         if (load)
             Bench::deletePage(ScaFileProcessor::loadFileData(small, QStringLiteral("warm-up.xml")));
         else

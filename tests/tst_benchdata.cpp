@@ -113,9 +113,9 @@ void tst_BenchData::generatorIsDeterministic_data()
 {
     QTest::addColumn<Generate>("generate");
     QTest::newRow("page") << Generate([](quint32 seed) {
-        TirrelGen::PageSpec spec;
-        spec.seed = seed;
-        return TirrelGen::page(spec).bytes;
+        TirrelGen::PageRequest request;
+        request.seed = seed;
+        return TirrelGen::page(request).bytes;
     });
     QTest::newRow("definitions") << Generate([](quint32 seed) {
         return TirrelGen::definitionFile(TirrelGen::definitionData(1000, seed)).bytes;
@@ -142,9 +142,9 @@ void tst_BenchData::tapeWritesTheSameBytes_data()
 {
     QTest::addColumn<int>("indent");
     QTest::addColumn<TirrelGen::Output>("output");
-    TirrelGen::PageSpec spec;
+    TirrelGen::PageRequest request;
     const TirrelGen::DefinitionData data = TirrelGen::definitionData(1000);
-    QTest::newRow("page") << 4 << TirrelGen::page(spec, true);
+    QTest::newRow("page") << 4 << TirrelGen::page(request, true);
     QTest::newRow("definitions") << 4 << TirrelGen::definitionFile(data, true);
     QTest::newRow("model export") << 1 << TirrelGen::definitionModelFile(data, true);
     QTest::newRow("object library") << 4 << TirrelGen::objectLibrary(1000, 1, 0, false, true);
@@ -168,14 +168,14 @@ void tst_BenchData::tapeWritesTheSameBytes()
 void tst_BenchData::pageLoadsEveryKindAndSavesTheSameBytes()
 {
     QTemporaryDir dir;
-    TirrelGen::PageSpec spec;
-    spec.items = 1000;
-    spec.fileName = dir.filePath(QStringLiteral("page.xml"));
-    const TirrelGen::Output file = TirrelGen::page(spec);
+    TirrelGen::PageRequest request;
+    request.items = 1000;
+    request.fileName = dir.filePath(QStringLiteral("page.xml"));
+    const TirrelGen::Output file = TirrelGen::page(request);
 
-    QScopedPointer<ScaFileData, PageDeleter> page(ScaFileProcessor::loadFileData(file.bytes, spec.fileName));
+    QScopedPointer<ScaFileData, PageDeleter> page(ScaFileProcessor::loadFileData(file.bytes, request.fileName));
     QVERIFY(page);
-    const QVector<int> counts = TirrelGen::kindCounts(spec.items);
+    const QVector<int> counts = TirrelGen::kindCounts(request.items);
     for (int count : counts)
         QVERIFY(count > 0);
     QCOMPARE(kindCountsOf(page.data()), counts);
@@ -187,7 +187,7 @@ void tst_BenchData::pageLoadsEveryKindAndSavesTheSameBytes()
         uids.insert(o->Uid);
     }
     QCOMPARE(uids.size(), counts[TirrelGen::ScadaObject]);
-    QCOMPARE(*std::min_element(uids.begin(), uids.end()), spec.uidBase);
+    QCOMPARE(*std::min_element(uids.begin(), uids.end()), request.uidBase);
     QCOMPARE(page->labelTagIds.size(), counts[TirrelGen::ScadaObject]);
     QVERIFY(!page->pageFunctionLinks.isEmpty());
     for (const TextItemLoadData_t *t : page->textItems)
@@ -209,12 +209,12 @@ void tst_BenchData::pageLoadsEveryKindAndSavesTheSameBytes()
         QVERIFY(g->TagId > 0 && g->StartAngle == 225 && g->Foreground.isValid());
     for (const WebFrameItemLoadData_t *w : page->webFrameItems)
         QVERIFY(w->Weblink.startsWith(QLatin1String("http://hmi.plant.local/")));
-    QCOMPARE(page->layers.size(), spec.layers);
+    QCOMPARE(page->layers.size(), request.layers);
     QCOMPARE(page->pageProperties.scrollTags.size(), 4);
-    QCOMPARE(page->pageProperties.pageID, spec.pageId);
+    QCOMPARE(page->pageProperties.pageID, request.pageId);
 
-    QVERIFY(ScaFileProcessor::saveFileData(page.data(), spec.fileName));
-    COMPARE_LINES(defs::readAll(spec.fileName), file.bytes);
+    QVERIFY(ScaFileProcessor::saveFileData(page.data(), request.fileName));
+    COMPARE_LINES(defs::readAll(request.fileName), file.bytes);
 }
 
 void tst_BenchData::definitionsLoadAndSaveTheSameBytes()

@@ -494,22 +494,22 @@ QVector<int> kindCounts(int items)
     return counts;
 }
 
-Output page(const PageSpec &spec, bool withTape)
+Output page(const PageRequest &request, bool withTape)
 {
     Output out;
-    Rng r(spec.seed);
+    Rng r(request.seed);
     Writer w(&out.bytes, withTape ? &out.tape : nullptr);
 
     QVector<quint64> layers;
-    const int layerCount = qBound(1, spec.layers, qMax(1, spec.items));
+    const int layerCount = qBound(1, request.layers, qMax(1, request.items));
     for (int i = 0; i < layerCount; ++i)
-        layers << (quint64(1650000000000) + quint64(spec.pageId) * 100 + quint64(i));
-    PageContext c{r, w, layers, spec.uidBase};
+        layers << (quint64(1650000000000) + quint64(request.pageId) * 100 + quint64(i));
+    PageContext c{r, w, layers, request.uidBase};
 
     w.startDocument();
     w.start(QStringLiteral("ScadaFile"));
     w.start(QStringLiteral("ItemList"));
-    const QVector<int> counts = kindCounts(spec.items);
+    const QVector<int> counts = kindCounts(request.items);
     typedef void (*ItemWriter)(PageContext &, int);
     static const ItemWriter writers[KindCount] = {scadaObject, textItem, scheduleItem, rtChartItem,
                                                   dbqTextItem, tableItem, imageItem, gaugeItem,
@@ -524,10 +524,10 @@ Output page(const PageSpec &spec, bool withTape)
     w.end(); // </ItemList>
 
     w.start(QStringLiteral("PageProperties"));
-    w.text(QStringLiteral("pageName"), spec.pageName.isEmpty() ? QStringLiteral("Page %1").arg(spec.pageId) : spec.pageName);
-    w.text(QStringLiteral("fileName"), spec.fileName);
-    w.text(QStringLiteral("relativePath"), spec.relativePath);
-    w.text(QStringLiteral("pageID"), spec.pageId);
+    w.text(QStringLiteral("pageName"), request.pageName.isEmpty() ? QStringLiteral("Page %1").arg(request.pageId) : request.pageName);
+    w.text(QStringLiteral("fileName"), request.fileName);
+    w.text(QStringLiteral("relativePath"), request.relativePath);
+    w.text(QStringLiteral("pageID"), request.pageId);
     w.text(QStringLiteral("pageType"), r.range(0, 2));
     const bool geo = r.chance(10);
     w.text(QStringLiteral("geoView"), flag(geo));
@@ -859,15 +859,15 @@ QByteArray csvTagList(int lines, quint32 seed)
 
 ProjectPage projectPage(int index, int itemsPerPage, quint32 seed)
 {
-    PageSpec spec;
-    spec.items = itemsPerPage;
-    spec.seed = seed * 7919u + quint32(index);
-    spec.pageId = index + 1;
-    spec.uidBase = 1 + index * itemsPerPage;
-    spec.layers = 2;
-    spec.fileName = QStringLiteral("pages/page%1.xml").arg(index + 1, 5, 10, QLatin1Char('0'));
-    spec.relativePath = spec.fileName;
-    return ProjectPage{spec.fileName, page(spec).bytes};
+    PageRequest request;
+    request.items = itemsPerPage;
+    request.seed = seed * 7919u + quint32(index);
+    request.pageId = index + 1;
+    request.uidBase = 1 + index * itemsPerPage;
+    request.layers = 2;
+    request.fileName = QStringLiteral("pages/page%1.xml").arg(index + 1, 5, 10, QLatin1Char('0'));
+    request.relativePath = request.fileName;
+    return ProjectPage{request.fileName, page(request).bytes};
 }
 
 QVector<ProjectPage> project(int pages, int itemsPerPage, quint32 seed)

@@ -67,7 +67,7 @@ enum ItemKind {
 };
 const char *itemTypeName(ItemKind kind);
 
-struct PageSpec
+struct PageRequest
 {
     int items = 1000;
     quint32 seed = 1;
@@ -85,8 +85,8 @@ struct PageSpec
 // gauges, images ...; every kind at least once when items >= KindCount.
 QVector<int> kindCounts(int items);
 
-// A page file of spec.items items spread over every kind.
-Output page(const PageSpec &spec, bool withTape = false);
+// A page file of request.items items spread over every kind.
+Output page(const PageRequest &request, bool withTape = false);
 
 // One record of a definition file: its value elements in the record writer's order.
 struct Field
