@@ -166,7 +166,7 @@ void readScrollTags(const QDomElement &scrollTags, QList<ScrollTagInfo> *tags)
          e = e.nextSiblingElement(Tag)) {
         ScrollTagInfo tag;
         tag.TagID = e.attribute(TagID, DefaultScrollTagID).toInt();
-        tag.ScrollText = e.attribute(ScrollText, DefaultScrollText);
+        tag.ScrollText = textAttr(e, ScrollText, DefaultScrollText);
         tags->append(tag);
     }
 }
