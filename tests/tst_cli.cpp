@@ -80,6 +80,12 @@ Result run(const QStringList &args, const QString &workDir = QString(),
 
 #define EXPECT_EXIT(result, expected) QVERIFY2((result).code == (expected), qPrintable((result).describe()))
 
+// Runs "defs show --json --list" on a definition file and names its JSON object.
+#define DEFS_LIST(name, file, workDir)                                                             \
+    TIRREL(name##Run, {"defs", "show", "--json", "--list", file}, workDir);                       \
+    EXPECT_EXIT(name##Run, 0);                                                                     \
+    const QJsonObject name = name##Run.json().object()
+
 QByteArray readAll(const QString &path)
 {
     QFile file(path);
@@ -118,12 +124,13 @@ QMap<QString, QByteArray> snapshot(const QString &dir)
     return files;
 }
 
-int countMatching(const QStringList &lines, const QString &text)
+bool writeFiles(const QString &dir, const QList<QPair<QString, QByteArray>> &files)
 {
-    int n = 0;
-    for (const QString &line : lines)
-        n += line.contains(text) ? 1 : 0;
-    return n;
+    for (const auto &file : files) {
+        if (!writeAll(dir + QLatin1Char('/') + file.first, file.second))
+            return false;
+    }
+    return true;
 }
 
 const QByteArray HalfWrittenPage("<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n<ScadaFile>\n"
@@ -151,6 +158,8 @@ private slots:
     void help();
     void usageErrors_data();
     void usageErrors();
+    void refusesOtherFiles_data();
+    void refusesOtherFiles();
 
     void pageShowDemo();
     void pageShowJsonCoversEveryKind();
@@ -162,7 +171,6 @@ private slots:
     void normalizeOutputFolder();
 
     void defsShowDemo();
-    void defsShowRefusesOtherFiles();
     void importCsvThenShow();
     void importCsvAlternateTypeCodes();
     void importCsvInto();
@@ -180,8 +188,6 @@ private slots:
     void checkWithoutDefinitions();
 
     void plugin();
-    void pluginRefusesOtherFiles_data();
-    void pluginRefusesOtherFiles();
     void libraryShow();
     void libraryShowWithoutFiles();
 
@@ -201,7 +207,7 @@ void tst_Cli::initTestCase()
     QVERIFY2(!m_faults.isEmpty(), qPrintable(m_faultsRun.describe()));
 }
 
-// ---- Help and usage -----------------------------------------------------------------------------
+// ---- Help, usage and files of the wrong kind ----------------------------------------------------
 
 void tst_Cli::help_data()
 {
@@ -216,33 +222,9 @@ void tst_Cli::help_data()
     QTest::newRow("page") << QStringList{"page", "--help"}
                           << "Usage: tirrel page <command> [options] [arguments]"
                           << QStringList{"page show", "page normalize"};
-    QTest::newRow("page show") << QStringList{"page", "show", "--help"}
-                               << "Usage: tirrel page show [options] FILE..."
-                               << QStringList{"--json", "--verbose"};
     QTest::newRow("page normalize") << QStringList{"page", "normalize", "-h"}
                                     << "Usage: tirrel page normalize [options] FILE..."
                                     << QStringList{"--output <dir>", "never written"};
-    QTest::newRow("defs") << QStringList{"defs", "--help"}
-                          << "Usage: tirrel defs <command> [options] [arguments]"
-                          << QStringList{"defs show", "defs import-csv"};
-    QTest::newRow("defs show") << QStringList{"defs", "show", "--help"}
-                               << "Usage: tirrel defs show [options] FILE"
-                               << QStringList{"--list", "--json"};
-    QTest::newRow("defs import-csv") << QStringList{"defs", "import-csv", "--help"}
-                                     << "Usage: tirrel defs import-csv [options] CSV... -o FILE"
-                                     << QStringList{"--into <existing>", "--alternate-type-codes",
-                                                    "--force", "line number"};
-    QTest::newRow("check") << QStringList{"check", "--help"}
-                           << "Usage: tirrel check [options] DIR"
-                           << QStringList{"--json", "Exit status: 0"};
-    QTest::newRow("plugin") << QStringList{"plugin", "--help"}
-                            << "Usage: tirrel plugin [options] FILE" << QStringList{"--json"};
-    QTest::newRow("library") << QStringList{"library", "--help"}
-                             << "Usage: tirrel library <command> [options] [arguments]"
-                             << QStringList{"library show"};
-    QTest::newRow("library show") << QStringList{"library", "show", "--help"}
-                                  << "Usage: tirrel library show [options]"
-                                  << QStringList{"objlib.xml", "userlib.xml"};
 }
 
 void tst_Cli::help()
@@ -287,6 +269,33 @@ void tst_Cli::usageErrors()
     QCOMPARE(r.out, QString());
 }
 
+void tst_Cli::refusesOtherFiles_data()
+{
+    QTest::addColumn<QStringList>("args");
+    QTest::addColumn<QString>("message");   // all of stderr
+    const QString page = DemoDir + "/pages/intake.xml";
+    const QString missing = m_tmp.filePath("missing.so");
+
+    QTest::newRow("defs show, a page") << QStringList{"defs", "show", page}
+        << "tirrel defs show: " + page + " is a page file, not a definition file\n";
+    QTest::newRow("plugin, the tool itself") << QStringList{"plugin", Program}
+        << "tirrel plugin: " + Program + " is not a Qt plug-in: it has no plug-in metadata\n";
+    QTest::newRow("plugin, missing") << QStringList{"plugin", missing}
+                                     << "tirrel plugin: " + missing + " does not exist\n";
+    QTest::newRow("plugin, a folder") << QStringList{"plugin", DemoDir}
+                                      << "tirrel plugin: " + DemoDir + " is not a file\n";
+}
+
+void tst_Cli::refusesOtherFiles()
+{
+    QFETCH(QStringList, args);
+    QFETCH(QString, message);
+    TIRREL(r, args);
+    EXPECT_EXIT(r, 1);
+    QCOMPARE(r.err, message);
+    QCOMPARE(r.out, QString());
+}
+
 // ---- page show ----------------------------------------------------------------------------------
 
 void tst_Cli::pageShowDemo()
@@ -311,7 +320,6 @@ void tst_Cli::pageShowDemo()
 void tst_Cli::pageShowJsonCoversEveryKind()
 {
     const QStringList pages = QDir(DemoDir + "/pages").entryList({"*.xml"}, QDir::Files, QDir::Name);
-    QCOMPARE(pages.size(), 5);
     QStringList args{"page", "show", "--json"};
     for (const QString &p : pages)
         args << "pages/" + p;
@@ -332,14 +340,6 @@ void tst_Cli::pageShowJsonCoversEveryKind()
             sum += it.value().toInt();
         }
         QCOMPARE(page.value("itemCount").toInt(), sum);
-        // The distinct tag ids are exactly those of the bindings.
-        QSet<int> fromBindings;
-        for (const QJsonValue &b : page.value("bindings").toArray())
-            fromBindings.insert(b.toObject().value("tagId").toInt());
-        QSet<int> ids;
-        for (const QJsonValue &id : page.value("tagIds").toArray())
-            ids.insert(id.toInt());
-        QCOMPARE(ids, fromBindings);
     }
     QCOMPARE(pageIds, (QSet<int>{1, 2, 3, 4, 5}));
     QCOMPARE(totals.size(), 9);
@@ -357,17 +357,17 @@ void tst_Cli::pageShowJsonCoversEveryKind()
 
 void tst_Cli::pageShowReportsFilesThatAreNotPages()
 {
+    // Every kind of file that is not a page, each named with its reason.
     const QString dir = m_tmp.filePath("show");
-    QVERIFY(writeAll(dir + "/good.xml", SmallPage));
-    QVERIFY(writeAll(dir + "/defs.xml", SmallDefinitions));
-    QVERIFY(writeAll(dir + "/half.xml", HalfWrittenPage));
-    QVERIFY(writeAll(dir + "/empty.xml", QByteArray()));
-    QVERIFY(writeAll(dir + "/picture.png", Binary));
+    QVERIFY(writeFiles(dir, {{"good.xml", SmallPage}, {"defs.xml", SmallDefinitions},
+                             {"half.xml", HalfWrittenPage}, {"empty.xml", QByteArray()},
+                             {"picture.png", Binary}, {"lib.xml", "<scadaObjectTypes/>"},
+                             {"other.xml", "<html/>"}}));
     TIRREL(r, {"page", "show", "defs.xml", "half.xml", "good.xml", "empty.xml", "picture.png",
-               "missing.xml", "."},
+               "lib.xml", "other.xml", "missing.xml", "."},
            dir);
     EXPECT_EXIT(r, 1);
-    // The page among them is still shown; every other file is named with its reason.
+    // The page among them is still shown.
     QVERIFY(r.out.startsWith(QLatin1String("good.xml\n  page:         Small (id 9, type 0)")));
     QCOMPARE(r.errLines(),
              (QStringList{
@@ -376,6 +376,8 @@ void tst_Cli::pageShowReportsFilesThatAreNotPages()
                  "unexpected end of file",
                  "tirrel page show: empty.xml is empty, not a page file",
                  "tirrel page show: picture.png is not XML, so not a page file",
+                 "tirrel page show: lib.xml is an object library file, not a page file",
+                 "tirrel page show: other.xml is not a page file: its root element is <html>",
                  "tirrel page show: missing.xml cannot be read: no such file",
                  "tirrel page show: . cannot be read: a folder, not a file"}));
 }
@@ -392,7 +394,7 @@ void tst_Cli::normalizeLeavesDemoUnchanged()
     TIRREL(r, QStringList{"page", "normalize"} + pages, dir + "/pages");
     EXPECT_EXIT(r, 0);
     QCOMPARE(r.outLines().size(), 5);
-    QCOMPARE(countMatching(r.outLines(), ": unchanged"), 5);
+    QCOMPARE(r.outLines().filter(": unchanged").size(), 5);
     QCOMPARE(snapshot(dir), before);
 }
 
@@ -405,10 +407,7 @@ void tst_Cli::normalizeRewritesIntoCanonicalForm()
     EXPECT_EXIT(first, 0);
     QCOMPARE(first.out, dir + "/small.xml: normalized\n");
     const QByteArray canonical = readAll(dir + "/small.xml");
-    QVERIFY(canonical.startsWith("<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n<ScadaFile>\n"));
     QVERIFY(canonical.contains("        <fileName>small.xml</fileName>\n"));
-    QVERIFY(canonical.contains("<pageID>9</pageID>"));
-    QVERIFY(canonical.contains("tagID_label=\"1\""));
 
     // A file given twice is normalized once.
     TIRREL(second, {"page", "normalize", "small.xml", "./small.xml"}, dir);
@@ -419,19 +418,13 @@ void tst_Cli::normalizeRewritesIntoCanonicalForm()
 
 void tst_Cli::normalizeNeverReplacesNonPages_data()
 {
+    // Well-formed XML of another kind, a page cut short, and nothing at all.
     QTest::addColumn<QByteArray>("content");
     QTest::addColumn<QString>("reason");
 
     QTest::newRow("definition file") << SmallDefinitions << "is a definition file, not a page file";
     QTest::newRow("half-written page") << HalfWrittenPage << "is not well-formed XML: line 5";
     QTest::newRow("empty") << QByteArray() << "is empty, not a page file";
-    QTest::newRow("white space") << QByteArray("\n  \n") << "is empty, not a page file";
-    QTest::newRow("binary") << Binary << "is not XML, so not a page file";
-    QTest::newRow("CSV") << QByteArray("1;2;T;WORD\n") << "is not XML, so not a page file";
-    QTest::newRow("object library") << QByteArray("<scadaObjectTypes/>")
-                                    << "is an object library file, not a page file";
-    QTest::newRow("other XML") << QByteArray("<html/>")
-                               << "is not a page file: its root element is <html>";
 }
 
 void tst_Cli::normalizeNeverReplacesNonPages()
@@ -439,9 +432,7 @@ void tst_Cli::normalizeNeverReplacesNonPages()
     QFETCH(QByteArray, content);
     QFETCH(QString, reason);
     QTemporaryDir dir;
-    QVERIFY(writeAll(dir.filePath("target.xml"), content));
-    QVERIFY(writeAll(dir.filePath("page.xml"), SmallPage));
-    const auto before = snapshot(dir.path());
+    QVERIFY(writeFiles(dir.path(), {{"target.xml", content}, {"page.xml", SmallPage}}));
 
     // In place: the page is normalized, the other file left alone.
     TIRREL(r, {"page", "normalize", "target.xml", "page.xml"}, dir.path());
@@ -459,26 +450,22 @@ void tst_Cli::normalizeNeverReplacesNonPages()
     QVERIFY2(o.err.contains("out/page.xml " + reason), qPrintable(o.err));
     QVERIFY(o.err.contains(QLatin1String("is not replaced")));
     QCOMPARE(readAll(dir.filePath("out/page.xml")), content);
-    QVERIFY(before.contains("target.xml"));
 }
 
 void tst_Cli::normalizeOutputFolder()
 {
     const QString dir = m_tmp.filePath("output-folder");
-    QVERIFY(writeAll(dir + "/in/a.xml", SmallPage));
-    QVERIFY(writeAll(dir + "/in/sub/a.xml", SmallPage));
+    QVERIFY(writeFiles(dir, {{"in/a.xml", SmallPage}, {"in/sub/a.xml", SmallPage}}));
     TIRREL(r, {"page", "normalize", "in/a.xml", "in/sub/a.xml", "--output", "out/new"}, dir);
     EXPECT_EXIT(r, 1);  // the second a.xml would land on the first
     QCOMPARE(r.out, QStringLiteral("out/new/a.xml: normalized\n"));
     QVERIFY(r.err.contains(QLatin1String("in/sub/a.xml not written:")));
     QVERIFY(r.err.contains(QLatin1String("was already written from another file")));
     QCOMPARE(readAll(dir + "/in/a.xml"), SmallPage);    // the source stays as it was
-    const QByteArray written = readAll(dir + "/out/new/a.xml");
-    QVERIFY(written.contains("<fileName>a.xml</fileName>"));
-    QVERIFY(written.contains("<pageName>Small</pageName>"));
+    QVERIFY(readAll(dir + "/out/new/a.xml").contains("<fileName>a.xml</fileName>"));
 }
 
-// ---- defs show ----------------------------------------------------------------------------------
+// ---- defs show and import-csv -------------------------------------------------------------------
 
 void tst_Cli::defsShowDemo()
 {
@@ -498,9 +485,7 @@ void tst_Cli::defsShowDemo()
         QVERIFY2(!lines.filter(re).isEmpty(), qPrintable(re.pattern()));
     QCOMPARE(lines.filter(QRegularExpression("None")).size(), 0);  // the placeholder is no channel
 
-    TIRREL(json, {"defs", "show", "--json", "--list", "definitions/plant.xml"}, DemoDir);
-    EXPECT_EXIT(json, 0);
-    const QJsonObject o = json.json().object();
+    DEFS_LIST(o, "definitions/plant.xml", DemoDir);
     QCOMPARE(o.value("channels").toInt(), 3);
     QCOMPARE(o.value("tags").toInt(), 36);
     QCOMPARE(o.value("alarms").toInt(), 15);
@@ -513,27 +498,16 @@ void tst_Cli::defsShowDemo()
     QCOMPARE(rtu.value("Baudrate").toInt(), 19200);
 }
 
-void tst_Cli::defsShowRefusesOtherFiles()
-{
-    TIRREL(r, {"defs", "show", "pages/intake.xml"}, DemoDir);
-    EXPECT_EXIT(r, 1);
-    QCOMPARE(r.err, QStringLiteral("tirrel defs show: pages/intake.xml is a page file, not a "
-                                   "definition file\n"));
-    QCOMPARE(r.out, QString());
-}
-
-// ---- defs import-csv ----------------------------------------------------------------------------
-
 void tst_Cli::importCsvThenShow()
 {
     const QString dir = m_tmp.filePath("import");
-    QVERIFY(writeAll(dir + "/a.csv", "Tag list of PLC 1\r\n"
-                                     "1;40001;Level;FLOAT\r\n"
-                                     "1;10001;Pump run;LOGIC\r\n"
-                                     "1;40003;Speed;WORD;spare\r\n"
-                                     "\r\n"
-                                     "1;40005;Hours;LONG\r\n"));
-    QVERIFY(writeAll(dir + "/b.csv", "2;7;Level;WORD\n2;8;Valve;DWORD\n2;9\n"));
+    QVERIFY(writeFiles(dir, {{"a.csv", "Tag list of PLC 1\r\n"
+                                       "1;40001;Level;FLOAT\r\n"
+                                       "1;10001;Pump run;LOGIC\r\n"
+                                       "1;40003;Speed;WORD;spare\r\n"
+                                       "\r\n"
+                                       "1;40005;Hours;LONG\r\n"},
+                             {"b.csv", "2;7;Level;WORD\n2;8;Valve;DWORD\n2;9\n"}}));
     TIRREL(r, {"defs", "import-csv", "a.csv", "b.csv", "-o", "tags.xml"}, dir);
     EXPECT_EXIT(r, 0);
     QCOMPARE(r.errLines(),
@@ -547,9 +521,7 @@ void tst_Cli::importCsvThenShow()
                                         "wrote tags.xml: 0 channels, 4 tags, 0 alarms (new tag ids 1 "
                                         "to 4)"}));
 
-    TIRREL(show, {"defs", "show", "--json", "--list", "tags.xml"}, dir);
-    EXPECT_EXIT(show, 0);
-    const QJsonObject o = show.json().object();
+    DEFS_LIST(o, "tags.xml", dir);
     QCOMPARE(o.value("channels").toInt(), 0);
     QCOMPARE(o.value("alarms").toInt(), 0);
     QStringList tags;
@@ -569,9 +541,9 @@ void tst_Cli::importCsvAlternateTypeCodes()
     QVERIFY(writeAll(dir + "/a.csv", "1;1;A;FLOAT\n1;2;B;LOGIC\n1;3;C;WORD\n"));
     TIRREL(r, {"defs", "import-csv", "--alternate-type-codes", "a.csv", "-o", "t.xml"}, dir);
     EXPECT_EXIT(r, 0);
-    TIRREL(show, {"defs", "show", "--json", "--list", "t.xml"}, dir);
+    DEFS_LIST(show, "t.xml", dir);
     QList<int> codes;
-    for (const QJsonValue &v : show.json().object().value("tagList").toArray())
+    for (const QJsonValue &v : show.value("tagList").toArray())
         codes << v.toObject().value("VariableType").toInt();
     QCOMPARE(codes, (QList<int>{14, 16, 9}));
 }
@@ -596,10 +568,8 @@ void tst_Cli::importCsvInto()
     QVERIFY(r.out.endsWith(QLatin1String("wrote merged.xml: 3 channels, 48 tags, 15 alarms (new "
                                          "tag ids 311 to 322)\n")));
 
-    TIRREL(show, {"defs", "show", "--json", "--list", "merged.xml"}, dir);
-    const QJsonObject merged = show.json().object();
-    TIRREL(orig, {"defs", "show", "--json", "--list", "plant.xml"}, dir);
-    const QJsonObject plant = orig.json().object();
+    DEFS_LIST(merged, "merged.xml", dir);
+    DEFS_LIST(plant, "plant.xml", dir);
     QCOMPARE(merged.value("channelList"), plant.value("channelList"));
     QCOMPARE(merged.value("alarmList"), plant.value("alarmList"));
     const QJsonArray tags = merged.value("tagList").toArray();
@@ -640,11 +610,9 @@ void tst_Cli::importCsvWritesNothingOnError()
     QFETCH(QStringList, args);
     QFETCH(QString, message);
     QTemporaryDir dir;
-    QVERIFY(writeAll(dir.filePath("good.csv"), "1;1;A;WORD\n"));
-    QVERIFY(writeAll(dir.filePath("page.xml"), SmallPage));
-    QVERIFY(writeAll(dir.filePath("half.xml"), HalfWrittenPage));
-    QVERIFY(writeAll(dir.filePath("defs.xml"), SmallDefinitions));
-    QVERIFY(writeAll(dir.filePath("existing.xml"), "keep me"));
+    QVERIFY(writeFiles(dir.path(), {{"good.csv", "1;1;A;WORD\n"}, {"page.xml", SmallPage},
+                                    {"half.xml", HalfWrittenPage}, {"defs.xml", SmallDefinitions},
+                                    {"existing.xml", "keep me"}}));
     const auto before = snapshot(dir.path());
     TIRREL(r, QStringList{"defs", "import-csv"} + args, dir.path());
     EXPECT_EXIT(r, 1);
@@ -678,19 +646,6 @@ void tst_Cli::checkDemo()
                  "not checked: library/userlib.xml (object library file)",
                  "plant-demo: 2 findings (5 page files and 1 definition file checked; 4 other "
                  "files not checked)"}));
-
-    TIRREL(json, {"check", "--json", DemoDir});
-    EXPECT_EXIT(json, 1);
-    const QJsonObject o = json.json().object();
-    QCOMPARE(o.value("status").toInt(), 1);
-    QCOMPARE(o.value("pageFiles").toArray().size(), 5);
-    QCOMPARE(o.value("definitionFiles").toArray(), QJsonArray{"definitions/plant.xml"});
-    const QJsonArray findings = o.value("findings").toArray();
-    QCOMPARE(findings.size(), 2);
-    QCOMPARE(findings.at(0).toObject().value("check").toString(), QStringLiteral("missing-channel"));
-    QCOMPARE(findings.at(1).toObject().value("check").toString(), QStringLiteral("duplicate-uid"));
-    QCOMPARE(findings.at(1).toObject().value("files").toArray(),
-             (QJsonArray{"pages/intake.xml", "pages/overview.xml"}));
 }
 
 void tst_Cli::checkDemoFixed()
@@ -715,6 +670,7 @@ void tst_Cli::checkDemoFixed()
 
 void tst_Cli::checkFindsEachFaultOnce_data()
 {
+    // Which item kinds carry bindings is the library's affair; here, how each finding reads.
     QTest::addColumn<QString>("check");
     QTest::addColumn<QString>("file");
     QTest::addColumn<QString>("message");
@@ -724,12 +680,6 @@ void tst_Cli::checkFindsEachFaultOnce_data()
            "definition file defines";
     QTest::newRow("chart tag") << "undefined-tag" << "pages/a.xml"
         << "RTChartItem #0 \"Trend\" is bound to tag 998 (TagIDs[1])";
-    QTest::newRow("gauge tag") << "undefined-tag" << "pages/a.xml"
-        << "GaugeItem #0 \"Pressure\" is bound to tag 997 (TagId)";
-    QTest::newRow("schedule tag") << "undefined-tag" << "pages/a.xml"
-        << "ScheduleItem #0 \"Plan\" is bound to tag 996 (TagIDs[1])";
-    QTest::newRow("report tag") << "undefined-tag" << "pages/a.xml"
-        << "DbqTextItem #0 \"Report\" is bound to tag 995 (reportTag)";
     QTest::newRow("scroll tag") << "undefined-tag" << "pages/a.xml"
         << "scroll tag #1 \"Missing\" is bound to tag 994 (TagID)";
     QTest::newRow("Uid on two pages") << "duplicate-uid" << "pages/a.xml"
@@ -770,14 +720,19 @@ void tst_Cli::checkFindsEachFaultOnce()
 void tst_Cli::checkReportsNothingElse()
 {
     EXPECT_EXIT(m_faultsRun, 1);
-    QCOMPARE(m_faults.value("findings").toArray().size(), 14);
+    QCOMPARE(m_faults.value("status").toInt(), 1);
+    const QJsonArray findings = m_faults.value("findings").toArray();
+    QCOMPARE(findings.size(), 14);
+    for (const QJsonValue &v : findings) {
+        if (v.toObject().value("check") == QLatin1String("duplicate-uid"))
+            QCOMPARE(v.toObject().value("files").toArray(), (QJsonArray{"pages/a.xml", "pages/b.xml"}));
+    }
     QCOMPARE(m_faults.value("complete").toBool(), true);
     QCOMPARE(m_faults.value("pageFiles").toArray(),
              (QJsonArray{"pages/a.xml", "pages/b.xml", "pages/c.page", "pages/d.page"}));
     QCOMPARE(m_faults.value("notChecked").toArray(),
              (QJsonArray{QJsonObject{{"file", "notes.txt"}, {"reason", "not XML"}}}));
-    const QJsonObject malformed = m_faults.value("findings").toArray().at(
-        m_faults.value("findings").toArray().size() - 1).toObject();
+    const QJsonObject malformed = findings.last().toObject();
     QCOMPARE(malformed.value("line").toInt(), 6);
     QCOMPARE(malformed.value("column").toInt(), 42);
 
@@ -799,14 +754,10 @@ void tst_Cli::checkReportsNothingElse()
 void tst_Cli::checkBrokenFiles()
 {
     const QString dir = m_tmp.filePath("broken");
-    QVERIFY(writeAll(dir + "/good/page.xml", SmallPage));
-    QVERIFY(writeAll(dir + "/good/defs.xml", SmallDefinitions));
-    QVERIFY(writeAll(dir + "/empty.xml", QByteArray()));
-    QVERIFY(writeAll(dir + "/empty.txt", QByteArray()));
-    QVERIFY(writeAll(dir + "/image.xml", Binary));
-    QVERIFY(writeAll(dir + "/image.png", Binary));
-    QVERIFY(writeAll(dir + "/half.xml", HalfWrittenPage));
-    QVERIFY(writeAll(dir + "/.hidden.xml", HalfWrittenPage));
+    QVERIFY(writeFiles(dir, {{"good/page.xml", SmallPage}, {"good/defs.xml", SmallDefinitions},
+                             {"empty.xml", QByteArray()}, {"empty.txt", QByteArray()},
+                             {"image.xml", Binary}, {"image.png", Binary},
+                             {"half.xml", HalfWrittenPage}, {".hidden.xml", HalfWrittenPage}}));
     QCOMPARE(::mkfifo(QFile::encodeName(dir + "/pipe").constData(), 0600), 0);
     QVERIFY(QFile::link(dir + "/nowhere.xml", dir + "/dangling.xml"));
     const bool root = geteuid() == 0;
@@ -850,7 +801,6 @@ void tst_Cli::checkUnusableInput_data()
 
     QTest::newRow("missing") << "missing" << "tirrel check: input does not exist";
     QTest::newRow("a file") << "file" << "tirrel check: input is not a folder";
-    QTest::newRow("empty folder") << "empty" << "no page or definition file found";
     QTest::newRow("no project files") << "readme" << "no page or definition file found";
 }
 
@@ -862,8 +812,6 @@ void tst_Cli::checkUnusableInput()
     const QString input = dir.filePath("input");
     if (setup == QLatin1String("file"))
         QVERIFY(writeAll(input, SmallPage));
-    else if (setup == QLatin1String("empty"))
-        QVERIFY(QDir().mkpath(input));
     else if (setup == QLatin1String("readme"))
         QVERIFY(writeAll(input + "/README.md", "# nothing here\n"));
     TIRREL(r, {"check", "input"}, dir.path());
@@ -906,26 +854,6 @@ void tst_Cli::plugin()
     QCOMPARE(o.value("hostPlugin").toBool(), true);
     QCOMPARE(o.value("MetaData").toObject().keys(),
              (QStringList{"Category", "Description", "Url", "Vendor"}));
-}
-
-void tst_Cli::pluginRefusesOtherFiles_data()
-{
-    QTest::addColumn<QString>("file");
-    QTest::addColumn<QString>("message");
-    QTest::newRow("a page") << DemoDir + "/pages/intake.xml" << "is not a Qt plug-in";
-    QTest::newRow("the tool itself") << Program << "is not a Qt plug-in";
-    QTest::newRow("missing") << m_tmp.filePath("missing.so") << "does not exist";
-    QTest::newRow("a folder") << DemoDir << "is not a file";
-}
-
-void tst_Cli::pluginRefusesOtherFiles()
-{
-    QFETCH(QString, file);
-    QFETCH(QString, message);
-    TIRREL(r, {"plugin", file});
-    EXPECT_EXIT(r, 1);
-    QCOMPARE(r.err, QStringLiteral("tirrel plugin: %1 %2").arg(file, message)
-                        + (message.contains("plug-in") ? ": it has no plug-in metadata\n" : "\n"));
 }
 
 void tst_Cli::libraryShow()

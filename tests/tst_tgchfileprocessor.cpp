@@ -18,22 +18,6 @@ namespace {
 
 const QString kData = QStringLiteral(TIRREL_TEST_DATA "/defs/");
 
-// The 8-bit members wrap: a TagType of 200 is held as -56, an IsLogging of 257 as 1.
-static_assert(std::is_same_v<decltype(pEtiketDef_t::IsLogging), quint8>);
-static_assert(std::is_same_v<decltype(pEtiketDef_t::PriLevel), quint8>);
-static_assert(std::is_same_v<decltype(pEtiketDef_t::TagType), qint8>);
-static_assert(std::is_same_v<decltype(pEtiketDef_t::SchedulerIndex), qint8>);
-static_assert(std::is_same_v<decltype(pEtiketDef_t::Protocolobjecttype), qint8>);
-static_assert(std::is_same_v<decltype(pAlarmItem_t::enabled), qint8>);
-static_assert(std::is_same_v<decltype(pAlarmItem_t::comp_type), qint8>);
-
-QString unquoted(QString value)
-{
-    if (value.startsWith('"') && value.endsWith('"') && value.size() >= 2)
-        value = value.mid(1, value.size() - 2);
-    return value;
-}
-
 // The table models the editor would hold for tree's channels and tags, cell texts in the value
 // forms of the file (taken from the records' dumps).
 const QStringList kChannelColumns = {
@@ -67,7 +51,8 @@ QString cellText(const R &record, const QStringList &lines, const QString &colum
         if (column == "LogFilterOptions")
             return filterOptionsJson(record);
     }
-    return unquoted(valueOf(lines, column));
+    const QString value = valueOf(lines, column);
+    return value.startsWith('"') ? value.mid(1, value.size() - 2) : value;
 }
 
 template <class R>
@@ -94,11 +79,6 @@ struct Models
     }
 };
 
-FileDataTree *readXml(const QByteArray &xml)
-{
-    return TgchFileProcessor::loadFileData(xml);
-}
-
 QStringList withoutAlarms(const QStringList &lines)
 {
     QStringList kept;
@@ -121,6 +101,15 @@ QString summary(const FileDataTree *tree)
         .arg(tree->AlarmList.size());
 }
 
+// The dumps of the record read from element and of the one read from a null element.
+template <class R>
+QList<QStringList> readBoth(R *(*read)(QDomElement *), QDomElement *element)
+{
+    QScopedPointer<R> fromElement(read(element));
+    QScopedPointer<R> fromNull(read(nullptr));
+    return {dump(*fromElement), dump(*fromNull)};
+}
+
 } // namespace
 
 class tst_TgchFileProcessor : public QObject
@@ -128,10 +117,8 @@ class tst_TgchFileProcessor : public QObject
     Q_OBJECT
 
 private slots:
-    void processorObject();
     void recordDefaults();
-    void treeDeletesRecords();
-    void readFullFile();
+    void fullFile();
     void documentLevel_data();
     void documentLevel();
     void unreadablePaths_data();
@@ -140,34 +127,40 @@ private slots:
     void absentElements();
     void valueForms_data();
     void valueForms();
-    void recordWriterGolden();
-    void recordWriterEmptyTree();
+    void emptyOutputs_data();
+    void emptyOutputs();
     void recordWriterLossyValues();
     void filterOptionsLayout_data();
     void filterOptionsLayout();
     void specialTexts_data();
     void specialTexts();
     void modelExportGolden();
-    void modelExportCells_data();
     void modelExportCells();
-    void modelExportEmptyModels();
-    void modelExportDropsAlarms();
     void largeFiles();
     void writeFailures_data();
     void writeFailures();
 
 private:
+    void roundTripBoth(FileDataTree *tree, qint64 minSize);
     QTemporaryDir m_dir;
 };
 
-void tst_TgchFileProcessor::processorObject()
+// Writes tree with the record writer and, as table models, with the export: each file is larger
+// than minSize and reads back as tree (the export without alarms).
+void tst_TgchFileProcessor::roundTripBoth(FileDataTree *tree, qint64 minSize)
 {
-    const QMetaObject &mo = TgchFileProcessor::staticMetaObject;
-    QCOMPARE(mo.className(), "TgchFileProcessor");
-    QCOMPARE(mo.methodCount() - mo.methodOffset(), 0);
-    QCOMPARE(mo.propertyCount() - mo.propertyOffset(), 0);
-    TgchFileProcessor processor(this);
-    QCOMPARE(processor.parent(), this);
+    const QString written = m_dir.filePath("both-written.xml");
+    QVERIFY(TgchFileProcessor::writeToFile(tree, written));
+    QVERIFY(QFileInfo(written).size() > minSize);
+    QScopedPointer<FileDataTree> fromRecords(TgchFileProcessor::loadFileData(written));
+    COMPARE_DUMPS(dump(fromRecords.data()), dump(tree));
+
+    Models models(tree);
+    const QString exported = m_dir.filePath("both-exported.xml");
+    QVERIFY(TgchFileProcessor::writeToFile(&models.channels, &models.tags, exported));
+    QVERIFY(QFileInfo(exported).size() > minSize);
+    QScopedPointer<FileDataTree> fromModels(TgchFileProcessor::loadFileData(exported));
+    COMPARE_DUMPS(dump(fromModels.data()), withoutAlarms(dump(tree)));
 }
 
 void tst_TgchFileProcessor::recordDefaults()
@@ -194,28 +187,22 @@ void tst_TgchFileProcessor::recordDefaults()
     COMPARE_DUMPS(dump(pKanalDef_t()), channel);
     COMPARE_DUMPS(dump(pEtiketDef_t()), tag);
     COMPARE_DUMPS(dump(pAlarmItem_t()), alarm);
-    const FileDataTree tree;
-    QVERIFY(tree.ChannelList.isEmpty() && tree.TagList.isEmpty() && tree.AlarmList.isEmpty());
 }
 
-void tst_TgchFileProcessor::treeDeletesRecords()
-{
-    // The leak checker of the sanitizer build reports any record the tree fails to delete.
-    auto *tree = new FileDataTree;
-    tree->ChannelList << new pKanalDef_t << new pKanalDef_t;
-    tree->TagList << new pEtiketDef_t << new pEtiketDef_t << new pEtiketDef_t;
-    tree->AlarmList << new pAlarmItem_t;
-    tree->AlarmList.first()->subscribers << 1 << 2;
-    delete tree;
-}
-
-void tst_TgchFileProcessor::readFullFile()
+void tst_TgchFileProcessor::fullFile()
 {
     QScopedPointer<FileDataTree> tree(TgchFileProcessor::loadFileData(kData + "full.xml"));
     QVERIFY(tree);
     const QStringList expected =
         QString::fromUtf8(readAll(kData + "full.dump")).split('\n', Qt::SkipEmptyParts);
     COMPARE_DUMPS(dump(tree.data()), expected);
+
+    // The record writer's layout, read back unchanged.
+    const QString path = m_dir.filePath("written.xml");
+    QVERIFY(TgchFileProcessor::writeToFile(tree.data(), path));
+    QCOMPARE(readAll(path), readAll(kData + "written.xml"));
+    QScopedPointer<FileDataTree> reread(TgchFileProcessor::loadFileData(path));
+    COMPARE_DUMPS(dump(reread.data()), expected);
 }
 
 void tst_TgchFileProcessor::documentLevel_data()
@@ -226,21 +213,12 @@ void tst_TgchFileProcessor::documentLevel_data()
     const QString placeholderOnly = "channels=None tags=0 alarms=0";
     QTest::newRow("empty bytes") << QByteArray() << placeholderOnly;
     QTest::newRow("malformed") << QByteArray("<CTDefinitions><ChannelList>") << placeholderOnly;
-    QTest::newRow("not xml") << QByteArray("Id;Name\n1;x\n") << placeholderOnly;
-    QTest::newRow("root only") << QByteArray("<CTDefinitions/>") << placeholderOnly;
-    QTest::newRow("None channels dropped")
+    QTest::newRow("None channels dropped, exact name only")
         << QByteArray("<CTDefinitions><ChannelList><Channel><Name>None</Name></Channel>"
                       "<Channel><Name>A</Name></Channel><Channel><Name>None</Name></Channel>"
-                      "<Channel><Name>B</Name></Channel></ChannelList></CTDefinitions>")
-        << "channels=None,A,B tags=0 alarms=0";
-    QTest::newRow("None is case-sensitive")
-        << QByteArray("<x><ChannelList><Channel><Name>none</Name></Channel>"
-                      "<Channel><Name> None</Name></Channel></ChannelList></x>")
-        << "channels=None,none, None tags=0 alarms=0";
-    QTest::newRow("model export root")
-        << QByteArray("<!DOCTYPE ChannelAndTagDefinitions><CTDefinitions><TagList><Tag/></TagList>"
-                      "</CTDefinitions>")
-        << "channels=None tags=1 alarms=0";
+                      "<Channel><Name>none</Name></Channel><Channel><Name> None</Name></Channel>"
+                      "</ChannelList></CTDefinitions>")
+        << "channels=None,A,none, None tags=0 alarms=0";
     QTest::newRow("any root name, lists in any order")
         << QByteArray("<Foo><AlarmList><Alarm/><Alarm/></AlarmList><TagList><Tag/></TagList>"
                       "<ChannelList><Channel><Name>A</Name></Channel></ChannelList></Foo>")
@@ -252,10 +230,6 @@ void tst_TgchFileProcessor::documentLevel_data()
         << QByteArray("<r><TagList><Alarm/><Tag/><x><Tag/></x><Tag/></TagList>"
                       "<x><AlarmList><Alarm/></AlarmList></x></r>")
         << "channels=None tags=2 alarms=0";
-    QTest::newRow("declared encoding")
-        << QByteArray("<?xml version=\"1.0\" encoding=\"ISO-8859-1\"?><r><ChannelList><Channel>"
-                      "<Name>S\xfc\x64</Name></Channel></ChannelList></r>")
-        << QString::fromUtf8("channels=None,Süd tags=0 alarms=0");
     QTest::newRow("undeclared is UTF-8")
         << QByteArray("<r><ChannelList><Channel><Name>S\xc3\xbc\x64</Name></Channel></ChannelList></r>")
         << QString::fromUtf8("channels=None,Süd tags=0 alarms=0");
@@ -265,7 +239,7 @@ void tst_TgchFileProcessor::documentLevel()
 {
     QFETCH(QByteArray, xml);
     QFETCH(QString, expected);
-    QScopedPointer<FileDataTree> tree(readXml(xml));
+    QScopedPointer<FileDataTree> tree(TgchFileProcessor::loadFileData(xml));
     QVERIFY(tree);
     QCOMPARE(summary(tree.data()), expected);
     // The placeholder always holds the channel defaults, whatever a "None" element in the file held.
@@ -298,76 +272,45 @@ void tst_TgchFileProcessor::unreadablePaths()
 void tst_TgchFileProcessor::absentElements_data()
 {
     QTest::addColumn<QString>("kind");
-    QTest::addColumn<QString>("member");
-    QTest::addColumn<QString>("expected");
+    QTest::addColumn<QStringList>("expected");
 
-    // What a record element without any value element reads as, member by member: zero and empty
-    // rather than the record defaults, except where noted.
-    const QString channelValues[][2] = {
-        {"Name", "\"\""}, {"Id", "-1"}, {"MediaType", "0"}, {"SocketType", "0"},
-        {"ProtokolType", "0"}, {"ServerIP", "\"\""}, {"ServerPORT", "0"}, {"ListenPORT", "0"},
-        {"FilterIP", "\"\""}, {"Comport", "0"}, {"Baudrate", "0"}, {"Databit", "0"},
-        {"Stopbit", "0"}, {"Paritybit", "0"}, {"ResponseTimeout", "0"},
-        {"ConnectionTimeout", "0"}, {"FrameTimeout", "0"}, {"GroupID", "-1"},
-        {"Station", "\"\""}, {"Enabled", "0"}, {"KestrinPath", "\"\""}, {"Description", "\"\""}};
-    const QString tagValues[][2] = {
-        {"Name", "\"\""}, {"Id", "0"}, {"PollFrequency", "0"}, {"DeviceAddress", "\"\""},
-        {"VariableAddress", "\"\""}, {"KanalName", "\"\""}, {"Kanal_Id", "-1"},
-        {"VariableSize", "0"}, {"Macro", "\"\""}, {"VariableType", "0"}, {"IsLogging", "0"},
-        {"PriLevel", "0"}, {"TagType", "0"}, {"SchedulerIndex", "0"}, {"LoggingFreq", "0"},
-        {"LoggingMethod", "0"}, {"ReadRight1", "0"}, {"ReadRight2", "0"}, {"WriteRight1", "0"},
-        {"WriteRight2", "0"}, {"Keywords", "\"\""}, {"Enabled", "0"}, {"Description", "\"\""},
-        {"UnitName", "\"\""}, {"Protocolobjecttype", "0"}, {"Option", "0"},
-        {"filtertype", "0"}, {"refval1", "nan"}, {"refval2", "nan"}, {"Equipment", "\"\""},
-        {"Measuredentity", "\"\""}, {"Location", "\"\""}, {"Formula", "\"\""}};
-    const QString alarmValues[][2] = {
-        {"Id", "0"}, {"alarm_name", "\"\""}, {"alarm_desc", "\"\""}, {"alarm_class", "\"\""},
-        {"enabled", "0"}, {"ackrequired", "0"}, {"islogging", "0"}, {"tagID", "0"},
-        {"alarm_type", "0"}, {"alarm_level", "0"}, {"comp_type", "0"}, {"limitVal", "0"},
-        {"checkVal1", "0"}, {"checkVal2", "0"}, {"limit_tag_id", "0"}, {"limit_tag2_id", "0"},
-        {"readRight1", "0"}, {"readRight2", "0"}, {"subscribers", "{}"}, {"currentState", "0"}};
-    for (const auto &v : channelValues)
-        QTest::addRow("Channel %s", qPrintable(v[0])) << "Channel" << v[0] << v[1];
-    for (const auto &v : tagValues)
-        QTest::addRow("Tag %s", qPrintable(v[0])) << "Tag" << v[0] << v[1];
-    for (const auto &v : alarmValues)
-        QTest::addRow("Alarm %s", qPrintable(v[0])) << "Alarm" << v[0] << v[1];
-    // Every member of each kind has its row.
-    QCOMPARE(int(std::size(channelValues)), dump(pKanalDef_t()).size());
-    QCOMPARE(int(std::size(tagValues)), dump(pEtiketDef_t()).size());
-    QCOMPARE(int(std::size(alarmValues)), dump(pAlarmItem_t()).size());
+    // What a record element without any value element reads as: zero and empty rather than the
+    // record defaults, except for the -1 of some ids and the untouched filter references.
+    QTest::newRow("Channel") << "Channel" << QStringList{
+        "Name=\"\"", "Id=-1", "MediaType=0", "SocketType=0", "ProtokolType=0", "ServerIP=\"\"",
+        "ServerPORT=0", "ListenPORT=0", "FilterIP=\"\"", "Comport=0", "Baudrate=0", "Databit=0",
+        "Stopbit=0", "Paritybit=0", "ResponseTimeout=0", "ConnectionTimeout=0", "FrameTimeout=0",
+        "GroupID=-1", "Station=\"\"", "Enabled=0", "KestrinPath=\"\"", "Description=\"\""};
+    QTest::newRow("Tag") << "Tag" << QStringList{
+        "Name=\"\"", "Id=0", "PollFrequency=0", "DeviceAddress=\"\"", "VariableAddress=\"\"",
+        "KanalName=\"\"", "Kanal_Id=-1", "VariableSize=0", "Macro=\"\"", "VariableType=0",
+        "IsLogging=0", "PriLevel=0", "TagType=0", "SchedulerIndex=0", "LoggingFreq=0",
+        "LoggingMethod=0", "ReadRight1=0", "ReadRight2=0", "WriteRight1=0", "WriteRight2=0",
+        "Keywords=\"\"", "Enabled=0", "Description=\"\"", "UnitName=\"\"",
+        "Protocolobjecttype=0", "Option=0", "filtertype=0", "refval1=nan", "refval2=nan",
+        "Equipment=\"\"", "Measuredentity=\"\"", "Location=\"\"", "Formula=\"\""};
+    QTest::newRow("Alarm") << "Alarm" << QStringList{
+        "Id=0", "alarm_name=\"\"", "alarm_desc=\"\"", "alarm_class=\"\"", "enabled=0",
+        "ackrequired=0", "islogging=0", "tagID=0", "alarm_type=0", "alarm_level=0", "comp_type=0",
+        "limitVal=0", "checkVal1=0", "checkVal2=0", "limit_tag_id=0", "limit_tag2_id=0",
+        "readRight1=0", "readRight2=0", "subscribers={}", "currentState=0"};
 }
 
 void tst_TgchFileProcessor::absentElements()
 {
     QFETCH(QString, kind);
-    QFETCH(QString, member);
-    QFETCH(QString, expected);
+    QFETCH(QStringList, expected);
 
     // An element with only unknown children and one given as a null pointer read alike.
     QDomDocument doc;
     QVERIFY(doc.setContent("<" + kind + " Id=\"5\"><Unknown>3</Unknown></" + kind + ">"));
     QDomElement element = doc.documentElement();
-    QStringList fromElement;
-    QStringList fromNull;
-    if (kind == "Channel") {
-        QScopedPointer<pKanalDef_t> a(TgchFileProcessor::channelDataFromXML(&element));
-        QScopedPointer<pKanalDef_t> b(TgchFileProcessor::channelDataFromXML(nullptr));
-        fromElement = dump(*a);
-        fromNull = dump(*b);
-    } else if (kind == "Tag") {
-        QScopedPointer<pEtiketDef_t> a(TgchFileProcessor::tagDataFromXml(&element));
-        QScopedPointer<pEtiketDef_t> b(TgchFileProcessor::tagDataFromXml(nullptr));
-        fromElement = dump(*a);
-        fromNull = dump(*b);
-    } else {
-        QScopedPointer<pAlarmItem_t> a(TgchFileProcessor::alarmDataFromXml(&element));
-        QScopedPointer<pAlarmItem_t> b(TgchFileProcessor::alarmDataFromXml(nullptr));
-        fromElement = dump(*a);
-        fromNull = dump(*b);
-    }
-    QCOMPARE(valueOf(fromElement, member), expected);
-    QCOMPARE(valueOf(fromNull, member), expected);
+    const QList<QStringList> dumps =
+        kind == "Channel" ? readBoth(&TgchFileProcessor::channelDataFromXML, &element)
+        : kind == "Tag"   ? readBoth(&TgchFileProcessor::tagDataFromXml, &element)
+                          : readBoth(&TgchFileProcessor::alarmDataFromXml, &element);
+    COMPARE_DUMPS(dumps.at(0), expected);
+    COMPARE_DUMPS(dumps.at(1), expected);
 }
 
 void tst_TgchFileProcessor::valueForms_data()
@@ -381,47 +324,29 @@ void tst_TgchFileProcessor::valueForms_data()
                   const char *expected) {
         QTest::newRow(name) << kind << QString::fromUtf8(children) << member << expected;
     };
-    row("integer", "Channel", "<Id>-42</Id>", "Id", "-42");
     row("integer with spaces", "Channel", "<Id> 42 </Id>", "Id", "42");
     row("integer not a number", "Channel", "<Id>12abc</Id>", "Id", "0");
     row("integer out of range", "Channel", "<Id>2147483648</Id>", "Id", "0");
     row("integer present but empty", "Channel", "<GroupID></GroupID>", "GroupID", "0");
-    row("unsigned", "Channel", "<Baudrate>4294967295</Baudrate>", "Baudrate", "4294967295");
     row("unsigned negative", "Channel", "<ServerPORT>-1</ServerPORT>", "ServerPORT", "0");
-    row("unsigned into signed member", "Tag", "<PollFrequency>-5</PollFrequency>",
-        "PollFrequency", "0");
+    // The 8-bit members keep the low 8 bits: TagType is signed, IsLogging and PriLevel unsigned.
     row("8-bit wraps", "Tag", "<TagType>200</TagType>", "TagType", "-56");
     row("8-bit unsigned wraps", "Tag", "<IsLogging>257</IsLogging>", "IsLogging", "1");
     row("8-bit negative into unsigned", "Tag", "<PriLevel>-1</PriLevel>", "PriLevel", "255");
     row("alarm 8-bit wraps", "Alarm", "<comp_type>130</comp_type>", "comp_type", "-126");
     row("flag 2 is true", "Channel", "<Enabled>2</Enabled>", "Enabled", "1");
     row("flag word true is false", "Tag", "<Enabled>true</Enabled>", "Enabled", "0");
-    row("64-bit", "Tag", "<Option>-9223372036854775808</Option>", "Option",
-        "-9223372036854775808");
     row("64-bit overflow", "Tag", "<Option>9223372036854775808</Option>", "Option", "0");
-    row("real exponent", "Tag", "<LoggingFreq>2e+06</LoggingFreq>", "LoggingFreq", "2000000");
-    row("real not a number", "Tag", "<LoggingFreq>fast</LoggingFreq>", "LoggingFreq", "0");
     row("real comma is not C locale", "Tag", "<LoggingFreq>1,5</LoggingFreq>", "LoggingFreq", "0");
-    row("real nan", "Tag", "<LoggingFreq>nan</LoggingFreq>", "LoggingFreq", "nan");
-    row("single real", "Alarm", "<limitVal>0.1</limitVal>", "limitVal", "0.10000000149011612");
     row("single real out of range", "Alarm", "<checkVal1>-1e300</checkVal1>", "checkVal1", "-inf");
-    row("subscribers", "Alarm", "<subscribers>{3,17,42}</subscribers>", "subscribers",
-        "{3,17,42}");
     row("subscribers empty piece", "Alarm", "<subscribers>{5,,7}</subscribers>", "subscribers",
         "{5,7}");
-    row("subscribers trailing comma", "Alarm", "<subscribers>{5,7,}</subscribers>",
-        "subscribers", "{5,7}");
-    row("subscribers empty", "Alarm", "<subscribers>{}</subscribers>", "subscribers", "{}");
     row("subscribers junk skipped", "Alarm", "<subscribers>}{-1,x,2{</subscribers>",
         "subscribers", "{-1,2}");
-    row("subscribers without braces", "Alarm", "<subscribers>8,9</subscribers>", "subscribers",
-        "{8,9}");
     row("filter array keeps defaults", "Tag", "<LogFilterOptions>[1,2]</LogFilterOptions>",
         "refval1", "nan");
     row("filter malformed keeps defaults", "Tag", "<LogFilterOptions>{\"filtertype\":</LogFilterOptions>",
         "filtertype", "0");
-    row("filter only type", "Tag", "<LogFilterOptions>{\"filtertype\": 2}</LogFilterOptions>",
-        "filtertype", "2");
     row("filter only type, missing value", "Tag",
         "<LogFilterOptions>{\"filtertype\": 2}</LogFilterOptions>", "refval2", "0");
     row("filter null value", "Tag", "<LogFilterOptions>{\"refval1\": null}</LogFilterOptions>",
@@ -430,19 +355,8 @@ void tst_TgchFileProcessor::valueForms_data()
         "<LogFilterOptions>{\"filtertype\": 2.5}</LogFilterOptions>", "filtertype", "0");
     row("filter string type", "Tag",
         "<LogFilterOptions>{\"filtertype\": \"3\"}</LogFilterOptions>", "filtertype", "0");
-    row("filter in CDATA", "Tag",
-        "<LogFilterOptions><![CDATA[{\"refval2\": -1e-3}]]></LogFilterOptions>", "refval2",
-        "-0.001");
-    row("text and CDATA joined", "Tag", "<Name>a<![CDATA[<b>]]>c&amp;</Name>", "Name",
-        "\"a<b>c&\"");
-    row("white space only text", "Channel", "<Station>   </Station>", "Station", "\"\"");
-    row("white space kept around text", "Channel", "<Station> x </Station>", "Station",
-        "\" x \"");
-    row("character reference", "Alarm", "<alarm_desc>&#252;&#x4e2d;</alarm_desc>", "alarm_desc",
-        "\"ü中\"");
     row("first of two elements", "Alarm", "<tagID>3</tagID><tagID>4</tagID>", "tagID", "3");
     row("empty first of two elements", "Channel", "<Name/><Name>B</Name>", "Name", "\"\"");
-    row("attributes ignored", "Channel", "<Id value=\"9\">5</Id>", "Id", "5");
     row("element names case-sensitive", "Tag", "<kanal_id>5</kanal_id>", "Kanal_Id", "-1");
 }
 
@@ -455,7 +369,7 @@ void tst_TgchFileProcessor::valueForms()
 
     const QByteArray xml = QStringLiteral("<r><%1List><%1>%2</%1></%1List></r>")
                                .arg(kind, children).toUtf8();
-    QScopedPointer<FileDataTree> tree(readXml(xml));
+    QScopedPointer<FileDataTree> tree(TgchFileProcessor::loadFileData(xml));
     QStringList lines;
     if (kind == "Channel") {
         QCOMPARE(tree->ChannelList.size(), 2);
@@ -470,30 +384,40 @@ void tst_TgchFileProcessor::valueForms()
     QCOMPARE(valueOf(lines, member), expected);
 }
 
-void tst_TgchFileProcessor::recordWriterGolden()
+void tst_TgchFileProcessor::emptyOutputs_data()
 {
-    QScopedPointer<FileDataTree> tree(TgchFileProcessor::loadFileData(kData + "full.xml"));
-    QVERIFY(tree);
-    const QString path = m_dir.filePath("written.xml");
-    QVERIFY(TgchFileProcessor::writeToFile(tree.data(), path));
-    QCOMPARE(readAll(path), readAll(kData + "written.xml"));
-
-    QScopedPointer<FileDataTree> reread(TgchFileProcessor::loadFileData(path));
-    COMPARE_DUMPS(dump(reread.data()), dump(tree.data()));
+    QTest::addColumn<bool>("fromModels");
+    QTest::addColumn<QByteArray>("expected");
+    QTest::newRow("records") << false
+                             << QByteArray("<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n"
+                                           "<CTDefinitions>\n"
+                                           "    <ChannelList/>\n"
+                                           "    <TagList/>\n"
+                                           "    <AlarmList/>\n"
+                                           "</CTDefinitions>\n");
+    QTest::newRow("models") << true
+                            << QByteArray("<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n"
+                                          "<!DOCTYPE ChannelAndTagDefinitions>\n"
+                                          "<CTDefinitions>\n"
+                                          " <ChannelList/>\n"
+                                          " <TagList/>\n"
+                                          "</CTDefinitions>\n");
 }
 
-void tst_TgchFileProcessor::recordWriterEmptyTree()
+void tst_TgchFileProcessor::emptyOutputs()
 {
-    FileDataTree tree;
+    QFETCH(bool, fromModels);
+    QFETCH(QByteArray, expected);
+
+    // Written over a longer file that held alarms: nothing of it may remain.
     const QString path = m_dir.filePath("empty.xml");
-    QVERIFY(writeAll(path, "old contents that are longer than the new ones ........................"));
-    QVERIFY(TgchFileProcessor::writeToFile(&tree, path));
-    QCOMPARE(readAll(path), QByteArray("<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n"
-                                       "<CTDefinitions>\n"
-                                       "    <ChannelList/>\n"
-                                       "    <TagList/>\n"
-                                       "    <AlarmList/>\n"
-                                       "</CTDefinitions>\n"));
+    QVERIFY(writeAll(path, readAll(kData + "full.xml")));
+    FileDataTree tree;
+    QStandardItemModel channels;
+    QStandardItemModel tags;
+    QVERIFY(fromModels ? TgchFileProcessor::writeToFile(&channels, &tags, path)
+                       : TgchFileProcessor::writeToFile(&tree, path));
+    QCOMPARE(readAll(path), expected);
     QScopedPointer<FileDataTree> reread(TgchFileProcessor::loadFileData(path));
     QCOMPARE(summary(reread.data()), QString("channels=None tags=0 alarms=0"));
 }
@@ -552,9 +476,6 @@ void tst_TgchFileProcessor::filterOptionsLayout_data()
     QTest::addColumn<int>("type");
     QTest::addColumn<double>("ref1");
     QTest::addColumn<double>("ref2");
-    QTest::newRow("defaults") << 0 << qQNaN() << qQNaN();
-    QTest::newRow("plain") << 2 << 1.5 << -0.25;
-    QTest::newRow("integral doubles") << -1 << 3.0 << 0.0;
     QTest::newRow("many digits") << 7 << 0.1 << 1.0 / 3.0;
     QTest::newRow("large and small") << 2147483647 << 1e300 << -4.9e-324;
     QTest::newRow("infinities") << -2147483647 - 1 << qInf() << -qInf();
@@ -592,14 +513,11 @@ void tst_TgchFileProcessor::filterOptionsLayout()
 void tst_TgchFileProcessor::specialTexts_data()
 {
     QTest::addColumn<QString>("text");
-    QTest::newRow("less than") << "a<b";
     QTest::newRow("ampersand") << "x & y; &amp;";
-    QTest::newRow("CDATA end") << "]]>";
     QTest::newRow("CDATA ends mixed") << "p]]>q<&r]]]]>>s]]";
     QTest::newRow("markup") << "<![CDATA[x]]><!-- c --><Name>";
     QTest::newRow("non-ASCII") << QString::fromUtf8("Ünïcødé 漢字 \xF0\x9F\x98\x80");
     QTest::newRow("surrounding spaces") << "  padded  ";
-    QTest::newRow("quotes") << "\"q\" 'a'";
 }
 
 void tst_TgchFileProcessor::specialTexts()
@@ -621,17 +539,7 @@ void tst_TgchFileProcessor::specialTexts()
     tree.ChannelList.first()->Name = "None";
     tree.TagList << tag;
     tree.AlarmList << alarm;
-
-    const QString written = m_dir.filePath("special-written.xml");
-    QVERIFY(TgchFileProcessor::writeToFile(&tree, written));
-    QScopedPointer<FileDataTree> fromRecords(TgchFileProcessor::loadFileData(written));
-    COMPARE_DUMPS(dump(fromRecords.data()), dump(&tree));
-
-    Models models(&tree);
-    const QString exported = m_dir.filePath("special-exported.xml");
-    QVERIFY(TgchFileProcessor::writeToFile(&models.channels, &models.tags, exported));
-    QScopedPointer<FileDataTree> fromModels(TgchFileProcessor::loadFileData(exported));
-    COMPARE_DUMPS(dump(fromModels.data()), withoutAlarms(dump(&tree)));
+    roundTripBoth(&tree, 0);
 }
 
 void tst_TgchFileProcessor::modelExportGolden()
@@ -655,90 +563,34 @@ void tst_TgchFileProcessor::modelExportGolden()
     QCOMPARE(readAll(direct), readAll(file.filePath));
 }
 
-void tst_TgchFileProcessor::modelExportCells_data()
-{
-    QTest::addColumn<int>("column");
-    QTest::addColumn<QString>("cell");
-    QTest::addColumn<QString>("member");
-    QTest::addColumn<QString>("expected");
-
-    // Tag model cells are written as they stand and read back by the file's value forms.
-    QTest::newRow("Enabled true") << 20 << "true" << "Enabled" << "0";
-    QTest::newRow("Enabled 1") << 20 << "1" << "Enabled" << "1";
-    QTest::newRow("Id not a number") << 0 << "seven" << "Id" << "0";
-    QTest::newRow("Kanal_Id empty") << 2 << "" << "Kanal_Id" << "0";
-    QTest::newRow("PollFrequency negative") << 3 << "-5" << "PollFrequency" << "0";
-    QTest::newRow("LoggingFreq many digits") << 13 << "1234567.891" << "LoggingFreq"
-                                              << "1234567.8910000001";
-    QTest::newRow("TagType wraps") << 11 << "200" << "TagType" << "-56";
-    QTest::newRow("LogFilterOptions compact") << 25 << "{\"filtertype\":4}" << "filtertype"
-                                              << "4";
-    QTest::newRow("LogFilterOptions text") << 25 << "none" << "refval1" << "nan";
-    QTest::newRow("KanalName CDATA end") << 30 << "a]]>b" << "KanalName" << "\"a]]>b\"";
-    QTest::newRow("Description CDATA end") << 21 << "a]]>b" << "Description" << "\"a]]>b\"";
-    QTest::newRow("column 31 ignored") << 31 << "x" << "Name" << "\"Tag\"";
-}
-
 void tst_TgchFileProcessor::modelExportCells()
 {
-    QFETCH(int, column);
-    QFETCH(QString, cell);
-    QFETCH(QString, member);
-    QFETCH(QString, expected);
-
+    // Cells are written as they stand: a real keeps every digit, a missing cell is an empty
+    // element (so Id and GroupID read 0, not an absent element's -1), further columns are ignored.
     FileDataTree tree;
     tree.TagList << new pEtiketDef_t;
     Models models(&tree);
-    models.tags.setItem(0, column, new QStandardItem(cell));
+    models.channels.setRowCount(1);
+    models.tags.setItem(0, 13, new QStandardItem("1234567.891"));
+    models.tags.setItem(0, 31, new QStandardItem("x"));
     const QString path = m_dir.filePath("cells.xml");
     QVERIFY(TgchFileProcessor::writeToFile(&models.channels, &models.tags, path));
     QScopedPointer<FileDataTree> reread(TgchFileProcessor::loadFileData(path));
-    QCOMPARE(reread->TagList.size(), 1);
-    QCOMPARE(valueOf(dump(*reread->TagList.first()), member), expected);
-}
-
-void tst_TgchFileProcessor::modelExportEmptyModels()
-{
-    QStandardItemModel channels;
-    QStandardItemModel tags;
-    const QString path = m_dir.filePath("empty-export.xml");
-    QVERIFY(TgchFileProcessor::writeToFile(&channels, &tags, path));
-    QCOMPARE(readAll(path), QByteArray("<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n"
-                                       "<!DOCTYPE ChannelAndTagDefinitions>\n"
-                                       "<CTDefinitions>\n"
-                                       " <ChannelList/>\n"
-                                       " <TagList/>\n"
-                                       "</CTDefinitions>\n"));
-    QScopedPointer<FileDataTree> reread(TgchFileProcessor::loadFileData(path));
-    QCOMPARE(summary(reread.data()), QString("channels=None tags=0 alarms=0"));
-
-    // A row whose cells are missing is written with empty values: elements present but empty.
-    channels.setRowCount(1);
-    QVERIFY(TgchFileProcessor::writeToFile(&channels, &tags, path));
-    reread.reset(TgchFileProcessor::loadFileData(path));
     QCOMPARE(reread->ChannelList.size(), 2);
-    const QStringList lines = dump(*reread->ChannelList.at(1));
-    QCOMPARE(valueOf(lines, "Id"), QString("0"));
-    QCOMPARE(valueOf(lines, "GroupID"), QString("0"));
-    QCOMPARE(valueOf(lines, "Name"), QString("\"\""));
-}
-
-void tst_TgchFileProcessor::modelExportDropsAlarms()
-{
-    const QString path = m_dir.filePath("had-alarms.xml");
-    QVERIFY(QFile::copy(kData + "full.xml", path));
-    QScopedPointer<FileDataTree> tree(TgchFileProcessor::loadFileData(path));
-    QCOMPARE(tree->AlarmList.size(), 2);
-    Models models(tree.data());
-    QVERIFY(TgchFileProcessor::writeToFile(&models.channels, &models.tags, path));
-    tree.reset(TgchFileProcessor::loadFileData(path));
-    QCOMPARE(summary(tree.data()),
-             QString::fromUtf8("channels=None,Pump <A> & Co,Ünite ]]> 2 tags=2 alarms=0"));
+    const QStringList channel = dump(*reread->ChannelList.at(1));
+    QCOMPARE(valueOf(channel, "Id"), QString("0"));
+    QCOMPARE(valueOf(channel, "GroupID"), QString("0"));
+    QCOMPARE(valueOf(channel, "Name"), QString("\"\""));
+    QCOMPARE(reread->TagList.size(), 1);
+    const QStringList tag = dump(*reread->TagList.first());
+    QCOMPARE(valueOf(tag, "LoggingFreq"), QString("1234567.8910000001"));
+    QCOMPARE(valueOf(tag, "Name"), QString("\"Tag\""));
 }
 
 void tst_TgchFileProcessor::largeFiles()
 {
-    // Several megabytes, so that the writers pass their output on in more than one block.
+    // Several megabytes, so that the writers pass their output on in more than one block. The
+    // tree deletes its records; the sanitizer build's leak checker reports any it misses.
     FileDataTree tree;
     tree.ChannelList << new pKanalDef_t;
     tree.ChannelList.first()->Name = "None";
@@ -751,20 +603,10 @@ void tst_TgchFileProcessor::largeFiles()
         tree.TagList << tag;
         auto *alarm = new pAlarmItem_t;
         alarm->tagID = i;
+        alarm->subscribers << i;
         tree.AlarmList << alarm;
     }
-    const QString written = m_dir.filePath("large-written.xml");
-    QVERIFY(TgchFileProcessor::writeToFile(&tree, written));
-    QVERIFY(QFileInfo(written).size() > 4 * 1024 * 1024);
-    QScopedPointer<FileDataTree> fromRecords(TgchFileProcessor::loadFileData(written));
-    QVERIFY(dump(fromRecords.data()) == dump(&tree));
-
-    Models models(&tree);
-    const QString exported = m_dir.filePath("large-exported.xml");
-    QVERIFY(TgchFileProcessor::writeToFile(&models.channels, &models.tags, exported));
-    QVERIFY(QFileInfo(exported).size() > 4 * 1024 * 1024);
-    QScopedPointer<FileDataTree> fromModels(TgchFileProcessor::loadFileData(exported));
-    QVERIFY(dump(fromModels.data()) == withoutAlarms(dump(&tree)));
+    roundTripBoth(&tree, 4 * 1024 * 1024);
 }
 
 void tst_TgchFileProcessor::writeFailures_data()
