@@ -33,12 +33,9 @@ private slots:
     void lines_data();
     void lines();
     void untouchedMembers();
-    void encodings_data();
-    void encodings();
     void unopenable();
     void skippedLines_data();
     void skippedLines();
-    void skippedLinesUnopenable();
 
 private:
     FileDataTree *import(const QByteArray &bytes, bool alternate);
@@ -67,13 +64,8 @@ void tst_CsvImport::lines_data()
     QTest::addColumn<QString>("expected");
 
     QTest::newRow("WORD") << QByteArray("1;200;Pump1;WORD\n") << false << "Pump1|200|1|2";
-    QTest::newRow("WORD alternate") << QByteArray("1;200;Pump1;WORD\n") << true << "Pump1|200|9|2";
-    QTest::newRow("spaced LOGIC") << QByteArray("1;100;Valve;L O G I C") << false << "Valve|100|16|1";
-    QTest::newRow("spaced LOGIC alternate") << QByteArray("1;100;Valve;L O G I C") << true
-                                           << "Valve|100|16|1";
     QTest::newRow("FLOAT") << QByteArray("x;7;F;FLOAT") << false << "F|7|6|4";
     QTest::newRow("FLOAT alternate") << QByteArray("x;7;F;FLOAT") << true << "F|7|14|4";
-    QTest::newRow("LONG") << QByteArray("x;8;L;LONG") << false << "L|8|3|4";
     QTest::newRow("LONG alternate") << QByteArray("x;8;L;LONG") << true << "L|8|11|4";
     QTest::newRow("contained: DWORD, ULONG")
         << QByteArray("a;1;D;DWORD\na;2;U;ULONG\n") << false << "D|1|1|2; U|2|3|4";
@@ -84,10 +76,6 @@ void tst_CsvImport::lines_data()
     QTest::newRow("lower case matches nothing")
         << QByteArray("a;1;f;float\na;2;w;Word\n") << true << "f|1|2|4; w|2|2|4";
     QTest::newRow("unknown type") << QByteArray("a;1;S;STRING") << true << "S|1|2|4";
-    QTest::newRow("empty type") << QByteArray("a;1;E;") << false << "E|1|2|4";
-    QTest::newRow("three and five fields skipped")
-        << QByteArray("a;1;Three\na;2;Four;WORD\na;3;Five;WORD;x\n") << false << "Four|2|1|2";
-    QTest::newRow("empty lines skipped") << QByteArray("\n\na;1;A;LONG\n\n") << false << "A|1|3|4";
     QTest::newRow("header line imported")
         << QByteArray("Nr;Address;Name;Type\n1;5;T;WORD\n") << false
         << "Name|Address|2|4; T|5|1|2";
@@ -98,13 +86,21 @@ void tst_CsvImport::lines_data()
                                            << false << "\"c\"|2|1|2";
     QTest::newRow("CRLF") << QByteArray("1;200;Pump1;WORD\r\n1;100;Valve;LOGIC\r\n") << false
                           << "Pump1|200|1|2; Valve|100|16|1";
-    QTest::newRow("LF") << QByteArray("1;200;Pump1;WORD\n1;100;Valve;LOGIC\n") << false
-                        << "Pump1|200|1|2; Valve|100|16|1";
-    QTest::newRow("CR only is one line") << QByteArray("1;200;Pump1;WORD\r1;100;Valve;LOGIC")
-                                         << false << "";
-    QTest::newRow("empty file") << QByteArray() << false << "";
     QTest::newRow("duplicates kept") << QByteArray("1;1;A;WORD\n1;1;A;WORD") << false
                                      << "A|1|1|2; A|1|1|2";
+
+    const QString pump = QString::fromUtf8("Pompa-ü|400|1|2");
+    QTest::newRow("UTF-8 with byte-order mark")
+        << QByteArray("\xEF\xBB\xBF" "1;400;Pompa-\xC3\xBC;WORD\n") << false << pump;
+    const QString utf16Line = QString::fromUtf8("1;400;Pompa-ü;WORD\r\n");
+    QTest::newRow("UTF-16LE with byte-order mark")
+        << QByteArray("\xFF\xFE")
+               + QByteArray(reinterpret_cast<const char *>(utf16Line.utf16()), 2 * utf16Line.size())
+        << false << pump;
+    QTest::newRow("no mark: system encoding")
+        << QByteArray("1;400;Pompa-\xFC;WORD\n") << false << pump;
+    QTest::newRow("no mark: UTF-8 bytes read in the system encoding")
+        << QByteArray("1;400;Pompa-\xC3\xBC;WORD\n") << false << QString::fromUtf8("Pompa-Ã¼|400|1|2");
 }
 
 void tst_CsvImport::lines()
@@ -134,38 +130,15 @@ void tst_CsvImport::untouchedMembers()
     COMPARE_DUMPS(dump(*tree->TagList.first()), dump(expected));
 }
 
-void tst_CsvImport::encodings_data()
-{
-    QTest::addColumn<QByteArray>("csv");
-    QTest::addColumn<QString>("expected");
-
-    const QString pump = QString::fromUtf8("Pompa-ü|400|1|2");
-    QTest::newRow("UTF-8 with byte-order mark")
-        << QByteArray("\xEF\xBB\xBF" "1;400;Pompa-\xC3\xBC;WORD\n") << pump;
-    const QString utf16Line = QString::fromUtf8("1;400;Pompa-ü;WORD\r\n");
-    QTest::newRow("UTF-16LE with byte-order mark")
-        << QByteArray("\xFF\xFE")
-               + QByteArray(reinterpret_cast<const char *>(utf16Line.utf16()), 2 * utf16Line.size())
-        << pump;
-    QTest::newRow("no mark: system encoding")
-        << QByteArray("1;400;Pompa-\xFC;WORD\n") << pump;
-    QTest::newRow("no mark: UTF-8 bytes read in the system encoding")
-        << QByteArray("1;400;Pompa-\xC3\xBC;WORD\n") << QString::fromUtf8("Pompa-Ã¼|400|1|2");
-}
-
-void tst_CsvImport::encodings()
-{
-    QFETCH(QByteArray, csv);
-    QFETCH(QString, expected);
-    QScopedPointer<FileDataTree> tree(import(csv, false));
-    QVERIFY(tree);
-    QCOMPARE(tagSummary(tree.data()), expected);
-}
-
 void tst_CsvImport::unopenable()
 {
-    QVERIFY(!TgchFileProcessor::loadTagsFromCSV(m_dir.filePath("missing.csv"), false));
     QVERIFY(!TgchFileProcessor::loadTagsFromCSV(m_dir.path(), true));
+    // A file that cannot be opened leaves the skipped-line list as it was.
+    QList<CsvSkippedLine_t> lines;
+    lines.append(CsvSkippedLine_t{1, 2, QStringLiteral("before")});
+    QVERIFY(!TgchFileProcessor::loadTagsFromCSV(m_dir.filePath("missing.csv"), true, &lines));
+    QCOMPARE(lines.size(), 1);
+    QCOMPARE(lines.first().text, QStringLiteral("before"));
 }
 
 void tst_CsvImport::skippedLines_data()
@@ -174,8 +147,6 @@ void tst_CsvImport::skippedLines_data()
     QTest::addColumn<QStringList>("skipped");    // "line:fields:text"
     QTest::addColumn<QString>("tags");
 
-    QTest::newRow("nothing skipped") << QByteArray("1;2;A;WORD\n1;3;B;LONG\n") << QStringList()
-                                     << "A|2|1|2; B|3|3|4";
     QTest::newRow("no final line feed") << QByteArray("1;2;A;WORD") << QStringList() << "A|2|1|2";
     QTest::newRow("empty file") << QByteArray() << QStringList() << "";
     QTest::newRow("one line feed: one empty line") << QByteArray("\n") << QStringList{"1:1:"} << "";
@@ -215,15 +186,6 @@ void tst_CsvImport::skippedLines()
     QScopedPointer<FileDataTree> nullList(TgchFileProcessor::loadTagsFromCSV(path, false, nullptr));
     QCOMPARE(tagSummary(plain.data()), tags);
     QCOMPARE(tagSummary(nullList.data()), tags);
-}
-
-void tst_CsvImport::skippedLinesUnopenable()
-{
-    QList<CsvSkippedLine_t> lines;
-    lines.append(CsvSkippedLine_t{1, 2, QStringLiteral("before")});
-    QVERIFY(!TgchFileProcessor::loadTagsFromCSV(m_dir.filePath("missing.csv"), true, &lines));
-    QCOMPARE(lines.size(), 1);
-    QCOMPARE(lines.first().text, QStringLiteral("before"));
 }
 
 QTEST_GUILESS_MAIN(tst_CsvImport)

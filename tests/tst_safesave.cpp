@@ -1,9 +1,6 @@
 // Saves that never lose a file: every writer against a real full disk (a file size limit in a
-// child process), a folder that cannot take new files, and the definition watcher following
-// files replaced by a save.
-//
-// Each save runs in a child process (this program run with --child), which may lower its file
-// size limit or drop root's privileges first without touching the test process.
+// child process, this program run with --child) and a folder that cannot take new files, and
+// the definition watcher following files replaced by a save.
 #include <scaFileProcessor.h>
 #include <scadaEngine.h>
 #include <tagChFileWatcher.h>
@@ -22,66 +19,38 @@
 #include <grp.h>
 #include <pwd.h>
 #include <sys/resource.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 namespace {
 
 // How a child's save ended.
 enum ChildExit {
+    Crashed = -1,       // the child did not end normally
     SaveFailed = 0,     // the writer returned false
     Saved = 1,          // the writer returned true
     SetupFailed = 2,    // the limit or the user could not be set
     CannotReach = 3,    // as the unprivileged user, the file is out of reach
 };
 
-// Every writer saves to this file name, the one the object library's writer uses; its folder
-// is named as the user library folder under the child's HOME.
+// Every writer saves to the object library's file name, in a folder named as the user library
+// folder under the child's HOME.
 const char TargetName[] = "userlib.xml";
-const char FolderName[] = "Parvane";
 
-// ---- Content, large enough to span several writes -------------------------------------------
-
-ScaFileData *bigPage(const QString &path)
-{
-    QByteArray xml = "<ScadaFile><ItemList>";
-    for (int i = 0; i < 500; ++i) {
-        const QByteArray n = QByteArray::number(i);
-        xml += "<Item><ItemType>ScadaObject</ItemType><Geometry X=\"" + n + "\" Y=\"2\" W=\"30\""
-               " H=\"40\"/><Properties Name=\"object " + n + "\" Uid=\"" + n + "\" Type=\"1\""
-               " LayerId=\"1\"/></Item>";
-    }
-    xml += "</ItemList><PageProperties><pageName>big</pageName>"
-           "<layerOrder>1,Base,1,-1,-1;</layerOrder></PageProperties></ScadaFile>";
-    return ScaFileProcessor::loadFileData(xml, path);
-}
-
-FileDataTree *bigTree()
-{
-    QByteArray xml = "<CTDefinitions><ChannelList><Channel><Name>Line</Name><Id>1</Id></Channel>"
-                     "</ChannelList><TagList>";
-    for (int i = 0; i < 2000; ++i)
-        xml += "<Tag><Name>tag " + QByteArray::number(i) + "</Name><Id>" + QByteArray::number(i)
-               + "</Id><KanalName>Line</KanalName></Tag>";
-    xml += "</TagList><AlarmList><Alarm><Id>1</Id><subscribers>{1,2}</subscribers></Alarm>"
-           "</AlarmList></CTDefinitions>";
-    return TgchFileProcessor::loadFileData(xml);
-}
-
-void fillModel(QStandardItemModel &model, int rows, int columns, const QString &prefix)
-{
-    model.setRowCount(rows);
-    model.setColumnCount(columns);
-    for (int row = 0; row < rows; ++row) {
-        for (int column = 0; column < columns; ++column)
-            model.setItem(row, column, new QStandardItem(QStringLiteral("%1 %2.%3")
-                                                         .arg(prefix).arg(row).arg(column)));
-    }
-}
-
+// Saves content large enough to span several writes with `writer` to path.
 bool save(const QString &writer, const QString &path)
 {
     if (writer == QLatin1String("page")) {
-        ScaFileData *page = bigPage(path);
+        QByteArray xml = "<ScadaFile><ItemList>";
+        for (int i = 0; i < 500; ++i) {
+            const QByteArray n = QByteArray::number(i);
+            xml += "<Item><ItemType>ScadaObject</ItemType><Geometry X=\"" + n + "\" Y=\"2\""
+                   " W=\"30\" H=\"40\"/><Properties Name=\"object " + n + "\" Uid=\"" + n
+                   + "\" Type=\"1\" LayerId=\"1\"/></Item>";
+        }
+        xml += "</ItemList><PageProperties><pageName>big</pageName>"
+               "<layerOrder>1,Base,1,-1,-1;</layerOrder></PageProperties></ScadaFile>";
+        ScaFileData *page = ScaFileProcessor::loadFileData(xml, path);
         const bool saved = page && ScaFileProcessor::saveFileData(page, path);
         if (page)
             page->deleteAllItems();
@@ -89,15 +58,29 @@ bool save(const QString &writer, const QString &path)
         return saved;
     }
     if (writer == QLatin1String("definitions")) {
-        QScopedPointer<FileDataTree> tree(bigTree());
+        QByteArray xml = "<CTDefinitions><ChannelList><Channel><Name>Line</Name><Id>1</Id>"
+                         "</Channel></ChannelList><TagList>";
+        for (int i = 0; i < 2000; ++i)
+            xml += "<Tag><Name>tag " + QByteArray::number(i) + "</Name><Id>"
+                   + QByteArray::number(i) + "</Id><KanalName>Line</KanalName></Tag>";
+        xml += "</TagList><AlarmList><Alarm><Id>1</Id><subscribers>{1,2}</subscribers></Alarm>"
+               "</AlarmList></CTDefinitions>";
+        QScopedPointer<FileDataTree> tree(TgchFileProcessor::loadFileData(xml));
         return TgchFileProcessor::writeToFile(tree.data(), path);
     }
     if (writer == QLatin1String("export")) {
-        QStandardItemModel channels;
-        QStandardItemModel tags;
-        fillModel(channels, 10, 22, QStringLiteral("channel"));
-        fillModel(tags, 2000, 31, QStringLiteral("tag"));
-        return TgchFileProcessor::writeToFile(&channels, &tags, path);
+        QStandardItemModel models[2];
+        const int rows[2] = {10, 2000}, columns[2] = {22, 31};
+        for (int m = 0; m < 2; ++m) {
+            models[m].setRowCount(rows[m]);
+            models[m].setColumnCount(columns[m]);
+            for (int row = 0; row < rows[m]; ++row) {
+                for (int column = 0; column < columns[m]; ++column)
+                    models[m].setItem(row, column, new QStandardItem(
+                            QStringLiteral("%1 %2.%3").arg(m).arg(row).arg(column)));
+            }
+        }
+        return TgchFileProcessor::writeToFile(&models[0], &models[1], path);
     }
     // The user library: the engine writes <HOME>/Parvane/userlib.xml, which is path.
     QList<ScadaLibObject *> objects;
@@ -150,13 +133,7 @@ int runChild(const QStringList &args)
 
 const QByteArray OldContent = QByteArray("the file as it was before the save\n").repeated(40);
 
-struct ChildResult
-{
-    int exit = -1;
-    QString problem;    // set when the child did not end normally
-};
-
-ChildResult runSave(const QString &writer, const QString &folder, qint64 limit, bool dropRoot)
+int runSave(const QString &writer, const QString &folder, qint64 limit, bool dropRoot)
 {
     QProcess child;
     QProcessEnvironment env = QProcessEnvironment::systemEnvironment();
@@ -165,13 +142,9 @@ ChildResult runSave(const QString &writer, const QString &folder, qint64 limit, 
     child.setProcessChannelMode(QProcess::ForwardedErrorChannel);
     child.start(QCoreApplication::applicationFilePath(),
                 {QStringLiteral("--child"), writer, folder, QString::number(limit),
-                 dropRoot ? QStringLiteral("1") : QStringLiteral("0")});
-    ChildResult result;
-    if (!child.waitForFinished(240000) || child.exitStatus() != QProcess::NormalExit)
-        result.problem = QStringLiteral("the child did not end normally: ") + child.errorString();
-    else
-        result.exit = child.exitCode();
-    return result;
+                 QString::number(int(dropRoot))});
+    const bool ended = child.waitForFinished(240000) && child.exitStatus() == QProcess::NormalExit;
+    return ended ? child.exitCode() : int(Crashed);
 }
 
 QByteArray contents(const QString &path)
@@ -180,53 +153,22 @@ QByteArray contents(const QString &path)
     return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray("(unreadable)");
 }
 
-bool writeContents(const QString &path, const QByteArray &bytes)
-{
-    QFile file(path);
-    return file.open(QIODevice::WriteOnly | QIODevice::Truncate)
-           && file.write(bytes) == bytes.size()
-           && file.flush();
-}
-
-// The files of a folder (no subfolders: the engine makes its images folder there).
-QStringList filesIn(const QString &folder)
-{
-    return QDir(folder).entryList(QDir::Files | QDir::Hidden | QDir::System, QDir::Name);
-}
-
 // A folder named as the user library folder inside a temporary folder that other users may
 // pass through, so that a child without root's privileges reaches it.
-class SaveFolder
+struct SaveFolder
 {
-public:
-    SaveFolder()
-        : m_path(m_base.path() + QLatin1Char('/') + QLatin1String(FolderName))
-    {
-        QFile::setPermissions(m_base.path(), QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner
-                              | QFile::ReadGroup | QFile::ExeGroup | QFile::ReadOther
-                              | QFile::ExeOther);
-        QDir().mkpath(m_path);
-    }
+    SaveFolder() { chmod(QFile::encodeName(base.path()).constData(), 0755); QDir().mkpath(path); }
     ~SaveFolder() { setWritable(true); }
-
-    QString path() const { return m_path; }
-    QString target() const { return m_path + QLatin1Char('/') + QLatin1String(TargetName); }
-    bool isValid() const { return m_base.isValid() && QFileInfo(m_path).isDir(); }
-
-    // A folder nobody may add files to (0555) around a file everybody may write (0666).
+    // Not writable: a folder nobody may add files to around a file everybody may write.
     void setWritable(bool writable)
     {
-        const QFile::Permissions readAndPass = QFile::ReadOwner | QFile::ExeOwner | QFile::ReadGroup
-                | QFile::ExeGroup | QFile::ReadOther | QFile::ExeOther;
-        QFile::setPermissions(m_path, writable ? readAndPass | QFile::WriteOwner : readAndPass);
+        chmod(QFile::encodeName(path).constData(), writable ? 0755 : 0555);
         if (!writable)
-            QFile::setPermissions(target(), QFile::ReadOwner | QFile::WriteOwner | QFile::ReadGroup
-                                  | QFile::WriteGroup | QFile::ReadOther | QFile::WriteOther);
+            chmod(QFile::encodeName(target).constData(), 0666);
     }
-
-private:
-    QTemporaryDir m_base;
-    QString m_path;
+    QTemporaryDir base;
+    const QString path = base.path() + QLatin1String("/Parvane");
+    const QString target = path + QLatin1Char('/') + QLatin1String(TargetName);
 };
 
 } // namespace
@@ -236,97 +178,68 @@ class tst_SafeSave : public QObject
     Q_OBJECT
 
 private slots:
-    void fullDisk_data();
-    void fullDisk();
-    void unwritableFolder_data();
-    void unwritableFolder();
+    void failedSave_data();
+    void failedSave();
     void watcherFollowsSafeSaves();
-
-private:
-    // The bytes a save of `writer` writes into `folder`, saved without any limit.
-    QByteArray referenceSave(const QString &writer, SaveFolder &folder);
 };
 
-QByteArray tst_SafeSave::referenceSave(const QString &writer, SaveFolder &folder)
-{
-    const ChildResult result = runSave(writer, folder.path(), 0, false);
-    if (!result.problem.isEmpty() || result.exit != Saved)
-        return QByteArray();
-    return contents(folder.target());
-}
+enum Limit { NoLimit, Midway, LastBytes };
 
-void tst_SafeSave::fullDisk_data()
+void tst_SafeSave::failedSave_data()
 {
     QTest::addColumn<QString>("writer");
-    QTest::addColumn<bool>("lastBytesOnly");
+    QTest::addColumn<int>("limit");
+    QTest::addColumn<bool>("unwritable");
     for (const char *writer : {"page", "definitions", "export", "library"}) {
-        QTest::newRow(QByteArray(writer).append(" midway").constData())
-                << QString::fromLatin1(writer) << false;
+        const auto row = [writer](const char *name) -> QTestData & {
+            return QTest::newRow(QByteArray(writer).append(name).constData())
+                    << QString::fromLatin1(writer);
+        };
+        row(" disk full midway") << int(Midway) << false;
         // The disk fills up with the very last bytes, which sit in a buffer until the end.
-        QTest::newRow(QByteArray(writer).append(" last bytes").constData())
-                << QString::fromLatin1(writer) << true;
+        row(" disk full last bytes") << int(LastBytes) << false;
+        row(" unwritable folder") << int(NoLimit) << true;
+        row(" unwritable folder disk full") << int(Midway) << true;
     }
 }
 
-void tst_SafeSave::fullDisk()
+void tst_SafeSave::failedSave()
 {
     QFETCH(QString, writer);
-    QFETCH(bool, lastBytesOnly);
+    QFETCH(int, limit);
+    QFETCH(bool, unwritable);
     SaveFolder folder;
-    QVERIFY(folder.isValid());
-    const QByteArray reference = referenceSave(writer, folder);
+    QVERIFY(folder.base.isValid() && QFileInfo(folder.path).isDir());
+    QCOMPARE(runSave(writer, folder.path, 0, false), int(Saved));
+    const QByteArray reference = contents(folder.target);
     QVERIFY2(reference.size() > 256 * 1024, "the content is meant to span several writes");
 
-    QVERIFY(writeContents(folder.target(), OldContent));
-    const qint64 limit = lastBytesOnly ? reference.size() - 1 : 64 * 1024;
-    const ChildResult result = runSave(writer, folder.path(), limit, false);
-    QVERIFY2(result.problem.isEmpty(), qPrintable(result.problem));
-    QVERIFY(result.exit != SetupFailed);
-    QCOMPARE(result.exit, int(SaveFailed));
-    QCOMPARE(contents(folder.target()), OldContent);
-    QCOMPARE(filesIn(folder.path()), QStringList{QLatin1String(TargetName)});
-}
-
-void tst_SafeSave::unwritableFolder_data()
-{
-    QTest::addColumn<QString>("writer");
-    QTest::addColumn<bool>("diskFull");
-    for (const char *writer : {"page", "definitions", "export", "library"}) {
-        QTest::newRow(writer) << QString::fromLatin1(writer) << false;
-        QTest::newRow(QByteArray(writer).append(" disk full").constData())
-                << QString::fromLatin1(writer) << true;
-    }
-}
-
-void tst_SafeSave::unwritableFolder()
-{
-    QFETCH(QString, writer);
-    QFETCH(bool, diskFull);
-    SaveFolder folder;
-    QVERIFY(folder.isValid());
-    const QByteArray reference = referenceSave(writer, folder);
-    QVERIFY(!reference.isEmpty());
-
+    QFile old(folder.target);
+    QVERIFY(old.open(QIODevice::WriteOnly | QIODevice::Truncate));
+    QCOMPARE(old.write(OldContent), qint64(OldContent.size()));
+    old.close();
+    folder.setWritable(!unwritable);
     // Root passes any permission bits; the child then saves as the user nobody.
-    const bool asRoot = geteuid() == 0;
-    QVERIFY(writeContents(folder.target(), OldContent));
-    folder.setWritable(false);
-    const ChildResult result = runSave(writer, folder.path(), diskFull ? 64 * 1024 : 0, asRoot);
+    const qint64 bytes = limit == NoLimit ? 0 : limit == Midway ? 64 * 1024 : reference.size() - 1;
+    const int exit = runSave(writer, folder.path, bytes, unwritable && geteuid() == 0);
     folder.setWritable(true);
-    QVERIFY2(result.problem.isEmpty(), qPrintable(result.problem));
-    if (result.exit == SetupFailed)
+    if (exit == SetupFailed && unwritable)
         QSKIP("running as root, and root's privileges cannot be dropped to obey permission bits");
-    if (result.exit == CannotReach)
+    if (exit == CannotReach)
         QSKIP("the user nobody cannot reach the temporary folder");
 
-    QCOMPARE(filesIn(folder.path()), QStringList{QLatin1String(TargetName)});
-    if (diskFull) {
-        // Written in place, the file cannot stay as it was; it must still be there, and the
-        // failure must be reported.
-        QCOMPARE(result.exit, int(SaveFailed));
+    // No file is left beside the target (the engine's images folder is not a file).
+    QCOMPARE(QDir(folder.path).entryList(QDir::Files | QDir::Hidden | QDir::System),
+             QStringList{QLatin1String(TargetName)});
+    if (unwritable && limit == NoLimit) {
+        QCOMPARE(exit, int(Saved));
+        QCOMPARE(contents(folder.target), reference);
     } else {
-        QCOMPARE(result.exit, int(Saved));
-        QCOMPARE(contents(folder.target()), reference);
+        // Written in place into an unwritable folder, the file cannot stay as it was; it must
+        // still be there, and the failure must be reported.
+        QCOMPARE(exit, int(SaveFailed));
+        if (!unwritable)
+            QCOMPARE(contents(folder.target), OldContent);
     }
 }
 
@@ -336,19 +249,17 @@ void tst_SafeSave::watcherFollowsSafeSaves()
     QVERIFY(dir.isValid());
     const QString path = dir.filePath(QStringLiteral("definitions.xml"));
     const auto saveTags = [&path](const QByteArray &names) {
-        QByteArray xml = "<CTDefinitions><TagList>";
-        for (const QByteArray &name : names.split(','))
-            xml += "<Tag><Name>" + name + "</Name></Tag>";
-        xml += "</TagList></CTDefinitions>";
-        QScopedPointer<FileDataTree> tree(TgchFileProcessor::loadFileData(xml));
-        return TgchFileProcessor::writeToFile(tree.data(), path);
+        FileDataTree tree;
+        for (const QByteArray &name : names.split(',')) {
+            tree.TagList << new pEtiketDef_t;
+            tree.TagList.last()->Name = QString::fromLatin1(name);
+        }
+        return TgchFileProcessor::writeToFile(&tree, path);
     };
     const auto tagNames = [](const FileDataTree *tree) {
         QStringList names;
-        if (tree) {
-            for (const pEtiketDef_t *tag : tree->TagList)
-                names << tag->Name;
-        }
+        for (const pEtiketDef_t *tag : tree ? tree->TagList : QList<pEtiketDef_t *>())
+            names << tag->Name;
         return names.join(QLatin1Char(','));
     };
 
