@@ -1,4 +1,5 @@
 #include "tirrelPlugin.h"
+#include "tirrelPlugin_p.h"
 
 #include <coreplugin/icore.h>
 #include <utils/qtcassert.h>

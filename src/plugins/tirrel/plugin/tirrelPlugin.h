@@ -34,13 +34,3 @@ private:
     TirrelPluginPrivate *d;
     static TirrelPlugin *m_instance;
 };
-
-class TirrelPluginPrivate : public QObject
-{
-    Q_OBJECT
-
-public:
-    explicit TirrelPluginPrivate(TirrelPlugin *plugin) : q(plugin) {}
-
-    TirrelPlugin *q;
-};

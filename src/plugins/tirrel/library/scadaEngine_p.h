@@ -11,5 +11,5 @@
 // limits of checkXmlLimits(). isUserLibrary goes to every record's isUserObject.
 // ScadaEngine reads both of its files through this; it is exported for the fuzz harness and
 // the tests only.
-TIRREL_EXPORT bool readObjectLibrary(const QByteArray &data, bool isUserLibrary,
+TIRREL_AUTOTEST_EXPORT bool readObjectLibrary(const QByteArray &data, bool isUserLibrary,
                                      QList<ScadaLibObject *> *objects);
