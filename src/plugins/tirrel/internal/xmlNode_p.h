@@ -1,0 +1,175 @@
+#pragma once
+
+// The read-only view of an XML element that every reader of the library is written against.
+// Two kinds of node satisfy it:
+//  - DomNode, a QDomElement of a document parsed by Qt's DOM (QDomDocument::setContent);
+//  - TreeNode (xmlTree_p.h), an element of the library's own compact tree, built in one pass
+//    over the bytes and used for every well-formed document without a document type
+//    declaration.
+// A reader is a template over the node type, so the same code reads both, and for the same bytes
+// both give the same values (names, attribute values, element texts, child order), which the
+// tests check on every fixture and the fuzz harnesses on random documents.
+//
+// The interface (N is DomNode or TreeNode):
+//   bool  isNull()                          a missing element; every query on it gives nothing
+//   QString name()                          the element's name (null for a null node)
+//   bool  hasName(const XmlName &)          name comparison without making a QString
+//   int   nameIndex(const XmlNames &)       index of the element's name in the list, or -1
+//   N     firstChildElement() / nextSiblingElement()                 child elements in order
+//   N     firstChildElement(const XmlName &) / nextSiblingElement(const XmlName &)
+//   XmlValue text()                         QDomElement::text(): all text and CDATA below the
+//                                           element, in document order; missing on a null node
+//   XmlValue attribute(const XmlName &)     missing when the element has no such attribute
+
+#include "tirrel_global.h"
+
+#include <QDomElement>
+#include <QHash>
+#include <QString>
+#include <QVarLengthArray>
+#include <QVector>
+
+#include <cstring>
+
+// A name of the formats (element or attribute), kept in the two forms the two node kinds
+// compare against. Names of the formats are ASCII. Made once, at static initialisation.
+class XmlName
+{
+public:
+    explicit XmlName(const char *latin1)
+        : m_latin1(latin1), m_size(int(std::strlen(latin1))), m_string(QString::fromLatin1(latin1))
+    {
+    }
+
+    const char *latin1() const { return m_latin1; }
+    int size() const { return m_size; }
+    const QString &string() const { return m_string; }
+    operator const QString &() const { return m_string; }
+
+private:
+    const char *m_latin1;
+    int m_size;
+    QString m_string;
+};
+
+// A list of names with each one's index, for readers that look for many children of one
+// element in a single pass (see ChildElements). The first of equal names wins.
+class XmlNames
+{
+public:
+    XmlNames(const XmlName *const *names, int count);
+    XmlNames(std::initializer_list<const XmlName *> names);
+
+    int size() const { return m_names.size(); }
+    const XmlName &at(int index) const { return *m_names.at(index); }
+    int indexOf(const QString &name) const { return m_byString.value(name, -1); }
+    int indexOf(const char *utf8, int size) const
+    {
+        return m_byBytes.value(QByteArray::fromRawData(utf8, size), -1);
+    }
+
+private:
+    void index();
+
+    QVector<const XmlName *> m_names;
+    QHash<QString, int> m_byString;
+    QHash<QByteArray, int> m_byBytes;
+};
+
+// The text of an element or the value of an attribute as the document holds it, or nothing
+// when the element or attribute is missing. Conversions follow QString's (base 10; what does
+// not convert gives 0), with a shortcut for plain decimal numbers; texts are handed out in
+// memory of their own (see ownText in the format helpers).
+class TIRREL_AUTOTEST_EXPORT XmlValue
+{
+public:
+    XmlValue() = default;                       // missing
+    explicit XmlValue(const QString &text) : m_string(text), m_kind(String) {}
+    // UTF-8 held elsewhere (the tree's buffer), already decoded: references resolved, line ends
+    // and attribute white space normalised as the DOM parser does.
+    XmlValue(const char *utf8, int size) : m_utf8(utf8), m_size(size), m_kind(Utf8) {}
+
+    bool isMissing() const { return m_kind == Missing; }
+    bool isEmpty() const { return m_kind == Utf8 ? m_size == 0 : m_string.isEmpty(); }
+
+    // A missing value gives a null string, an empty one an empty (non-null) string.
+    QString toString() const;
+    int toInt() const;
+    uint toUInt() const;
+    qint64 toInt64() const;
+    quint64 toUInt64() const;
+    float toFloat() const;
+    double toDouble() const;
+
+private:
+    enum Kind : quint8 { Missing, String, Utf8 };
+    QString m_string;
+    const char *m_utf8 = nullptr;
+    int m_size = 0;
+    Kind m_kind = Missing;
+};
+
+// A QDomElement seen through the interface above.
+class TIRREL_AUTOTEST_EXPORT DomNode
+{
+public:
+    DomNode() = default;
+    explicit DomNode(const QDomElement &element) : m_element(element) {}
+
+    bool isNull() const { return m_element.isNull(); }
+    QString name() const { return m_element.tagName(); }
+    bool hasName(const XmlName &name) const { return m_element.tagName() == name.string(); }
+    int nameIndex(const XmlNames &names) const { return names.indexOf(m_element.tagName()); }
+
+    DomNode firstChildElement() const { return DomNode(m_element.firstChildElement()); }
+    DomNode nextSiblingElement() const { return DomNode(m_element.nextSiblingElement()); }
+    DomNode firstChildElement(const XmlName &name) const
+    {
+        return DomNode(m_element.firstChildElement(name.string()));
+    }
+    DomNode nextSiblingElement(const XmlName &name) const
+    {
+        return DomNode(m_element.nextSiblingElement(name.string()));
+    }
+
+    XmlValue text() const;
+    XmlValue attribute(const XmlName &name) const;
+
+    const QDomElement &element() const { return m_element; }
+
+private:
+    QDomElement m_element;
+};
+
+// The first child element of each name of `names`, found in one pass over the children:
+// at(i) is what firstChildElement(names.at(i)) gives. Children in the order of the list are
+// matched without a look-up.
+template <class Node>
+class ChildElements
+{
+public:
+    ChildElements(const Node &parent, const XmlNames &names)
+        : m_found(names.size())
+    {
+        int missing = names.size();
+        int expected = 0;
+        for (Node child = parent.firstChildElement(); !child.isNull() && missing > 0;
+             child = child.nextSiblingElement()) {
+            const int i = expected < names.size() && child.hasName(names.at(expected))
+                    ? expected
+                    : child.nameIndex(names);
+            if (i < 0)
+                continue;
+            if (m_found[i].isNull()) {
+                m_found[i] = child;
+                --missing;
+            }
+            expected = i + 1;
+        }
+    }
+
+    const Node &operator[](int index) const { return m_found[index]; }
+
+private:
+    QVarLengthArray<Node, 32> m_found;
+};
