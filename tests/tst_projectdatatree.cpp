@@ -1,6 +1,6 @@
 // The project data tree: look-ups across pages in the hash's own order, identifiers drawn with
 // qrand, copies and moves that share the pages, and selfDestruct, which deletes every page with
-// all of its item records.
+// its SCADA object records and leaves the other records to their owner.
 
 #include "recordProbe.h"
 
@@ -111,7 +111,12 @@ struct ClosedAtExit
 {
     ProjectDataTree tree;
     RecordProbe records;
-    ~ClosedAtExit() { tree.selfDestruct(); }
+    ScaFileData others;     // the pages' other records, which stay the host's
+    ~ClosedAtExit()
+    {
+        tree.selfDestruct();
+        others.deleteAllItems();
+    }
 };
 ClosedAtExit &closedAtExit()
 {
@@ -242,7 +247,7 @@ void tst_ProjectDataTree::nullEntriesPassedOver()
     QVERIFY(!tree.getFiledataWithName(QStringLiteral("null.xml")));
     QCOMPARE(tree.getFiledataWithPageId(5), page);
     QCOMPARE(tree.getBlock(6), page->scadaObjects.at(1));
-    QCOMPARE(tree.getAllBlocks(), QList<ScadaObjectLoadData_t *>{page->scadaObjects.at(1)});
+    QCOMPARE(tree.getAllBlocks(), page->scadaObjects);
     QCOMPARE(tree.getProjectComponents(), QSet<QString>{QStringLiteral("c")});
     QVERIFY(tree.getFileNameContainingBlock(0).isEmpty());
 }
@@ -427,12 +432,22 @@ void tst_ProjectDataTree::selfDestruct()
     QCOMPARE(records.count(), 54);
     QCOMPARE(records.alive(), 54);
     QCOMPARE(pages.alive(), 4);
+    // The host's hold on the records of the other kinds: the pages' lists without the objects.
+    QList<ScaFileData> others;
+    for (int i = 0; i < 3; ++i) {
+        others << *tree.pages.value(QStringLiteral("page%1.xml").arg(i));
+        others.last().scadaObjects.clear();
+        others.last().pageProperties = {};
+    }
 
     tree.selfDestruct();
     QVERIFY(tree.pages.isEmpty());
-    QCOMPARE(records.alive(), 0);
+    QCOMPARE(records.alive(), 48); // the six SCADA objects went, nothing else
     QCOMPARE(pages.alive(), 0);
     QCOMPARE(copy.pages.size(), 6);
+    for (ScaFileData &page : others)
+        page.deleteAllItems();
+    QCOMPARE(records.alive(), 0);
     tree.selfDestruct(); // nothing left
     QVERIFY(tree.pages.isEmpty());
 }
@@ -444,6 +459,8 @@ void tst_ProjectDataTree::selfDestructAtExit()
     ScaFileData *page = makePage(5, QStringLiteral("exit.xml"));
     addEveryKind(page, holder.records);
     holder.tree.pages.insert(page->pageProperties.fileName, page);
+    holder.others = *page;
+    holder.others.scadaObjects.clear();
     QCOMPARE(holder.records.alive(), 9);
 }
 

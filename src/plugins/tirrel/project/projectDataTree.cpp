@@ -94,26 +94,6 @@ ScaFileData *pageWithId(const QHash<QString, ScaFileData *> &pages, int pageId)
     return found;
 }
 
-// The first entry of the walk whose key is name, or end. The keys' characters are asked for
-// PagesAhead entries early.
-QHash<QString, ScaFileData *>::const_iterator entryNamed(const QHash<QString, ScaFileData *> &pages,
-                                                         const QString &name)
-{
-    const auto end = pages.cend();
-    auto ahead = pages.cbegin();
-    for (int i = 0; i < PagesAhead && ahead != end; ++i, ++ahead)
-        prefetch(ahead.key().constData());
-    for (auto it = pages.cbegin(); it != end; ++it) {
-        if (ahead != end) {
-            prefetch(ahead.key().constData());
-            ++ahead;
-        }
-        if (it.key() == name)
-            return it;
-    }
-    return end;
-}
-
 } // namespace
 
 ProjectDataTree::ProjectDataTree() = default;
@@ -123,15 +103,15 @@ ProjectDataTree &ProjectDataTree::operator=(const ProjectDataTree &other) = defa
 ProjectDataTree &ProjectDataTree::operator=(ProjectDataTree &&other) noexcept = default;
 ProjectDataTree::~ProjectDataTree() = default;
 
+// Keys are unique, so the entry a walk comparing every key would find is the one the hash finds.
 bool ProjectDataTree::containsFileName(QString name) const
 {
-    return entryNamed(pages, name) != pages.cend();
+    return pages.contains(name);
 }
 
 ScaFileData *ProjectDataTree::getFiledataWithName(QString name) const
 {
-    const auto it = entryNamed(pages, name);
-    return it != pages.cend() ? it.value() : nullptr;
+    return pages.value(name);
 }
 
 ScaFileData *ProjectDataTree::getFiledataWithPageId(int pageId) const
@@ -149,15 +129,7 @@ QList<ScadaObjectLoadData_t *> ProjectDataTree::getAllBlocks() const
 {
     QList<ScadaObjectLoadData_t *> blocks;
     walkPages(pages, fetchObjectList, [&](const QString &, const ScaFileData *page) {
-        const QList<ScadaObjectLoadData_t *> &objects = page->scadaObjects;
-        if (!objects.contains(nullptr)) {
-            blocks += objects;
-            return false;
-        }
-        for (ScadaObjectLoadData_t *object : objects) {
-            if (object)
-                blocks.append(object);
-        }
+        blocks += page->scadaObjects;
         return false;
     });
     return blocks;
@@ -222,7 +194,6 @@ void ProjectDataTree::selfDestruct()
             continue;
         deleted.insert(page);
         page->erase();
-        page->deleteAllItems();
         delete page;
     }
 }

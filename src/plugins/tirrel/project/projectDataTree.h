@@ -17,8 +17,12 @@
 // Every look-up is a walk over `pages` in the hash's own iteration order (not insertion order)
 // and, within a page, over scadaObjects in list order; where several pages could answer, the
 // first in that order wins. Look-ups by name compare each key in turn (exact, case-sensitive).
-// A look-up that finds nothing returns null, an empty string, list or set. Null pages and null
-// SCADA object entries are passed over. The tree keeps no state derived from its pages.
+// A look-up that finds nothing returns null, an empty string, list or set. Null pages are passed
+// over, and so are null SCADA object entries everywhere but in getAllBlocks(). The tree keeps no
+// state derived from its pages.
+//
+// Who deletes what: the host owns the pages and their item records; selfDestruct() deletes the
+// pages and their SCADA object records, and nothing else.
 //
 // Not a QObject: the host copies and moves trees like values.
 class TIRREL_EXPORT ProjectDataTree
@@ -45,16 +49,18 @@ public:
     ProjectDataTree &operator=(ProjectDataTree &&other) noexcept;  // leaves other.pages empty
     ~ProjectDataTree();
 
-    // True when some key of `pages` equals name.
+    // True when some key of `pages` equals name. A hash look-up: keys are unique, so the answer
+    // is the walk's.
     bool containsFileName(QString name) const;
-    // The page whose key equals name, or null.
+    // The page whose key equals name, or null (a hash look-up, as above).
     ScaFileData *getFiledataWithName(QString name) const;
     // The first page whose pageProperties.pageID is pageId, or null.
     ScaFileData *getFiledataWithPageId(int pageId) const;
     // The pageProperties.fileName (the page's own field, not its key) of the first page whose
     // pageProperties.pageID is pageId, or an empty string.
     QString getFileNameWithPageId(int pageId) const;
-    // Every SCADA object record of every page, page by page; the records themselves, not copies.
+    // Every entry of every page's scadaObjects, page by page, as it stands: the records themselves,
+    // not copies, null entries included.
     QList<ScadaObjectLoadData_t *> getAllBlocks() const;
     // The first SCADA object whose Uid is uid, or null.
     ScadaObjectLoadData_t *getBlock(int uid) const;
@@ -71,13 +77,10 @@ public:
     // the last redraw but may equal one passed before it.
     int requestUniqueId() const;
 
-    // Ends the life of every page: erase() on each (deleting its SCADA object records), then
-    // deleteAllItems() on it, so the records of the other eight kinds are deleted as well (once
-    // the page is gone nothing in the library can reach them, and the tree is their last
-    // holder), then the page itself; finally `pages` is emptied, so no entry refers to a deleted
-    // page. A page listed under several keys is deleted once; null entries are skipped.
-    // Afterwards no pointer to those pages or their item records may be used, and the host must
-    // not delete any of them itself. Pages in the tree must not share item records (a page and
-    // a plain copy of it); pages made with ScaFileData::clone() may be held together.
+    // Ends the life of every page: erase() on each (deleting its SCADA object records), then the
+    // page itself; `pages` is emptied first, so no entry refers to a deleted page. A page listed
+    // under several keys is deleted once; null entries are skipped. The records of the other
+    // eight item kinds are not deleted: they stay the host's (ScaFileData::deleteAllItems()
+    // deletes them, if the host wants that, before this call).
     void selfDestruct();
 };
