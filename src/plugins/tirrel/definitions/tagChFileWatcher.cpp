@@ -10,8 +10,7 @@ TagChFileWatcher::TagChFileWatcher(QString path, QObject *parent)
     , m_data(nullptr)
 {
     m_filePath = path;
-    if (!m_filePath.isEmpty())
-        m_watcher->addPath(m_filePath);
+    m_watcher->addPath(m_filePath);
     connect(m_watcher, &QFileSystemWatcher::fileChanged, this, &TagChFileWatcher::onFileChanged);
     m_data = TgchFileProcessor::loadFileData(m_filePath);
 }
@@ -26,11 +25,9 @@ void TagChFileWatcher::setFile(QString path)
     // Removing and adding the path again picks up a file that was replaced by a rename, which
     // the system watches under its old identity otherwise. Adding fails silently when no file
     // exists at that moment.
-    if (!m_filePath.isEmpty())
-        m_watcher->removePath(m_filePath);
+    m_watcher->removePath(m_filePath);
     m_filePath = path;
-    if (!m_filePath.isEmpty())
-        m_watcher->addPath(m_filePath);
+    m_watcher->addPath(m_filePath);
     delete m_data;
     m_data = nullptr;
     m_data = TgchFileProcessor::loadFileData(m_filePath);
