@@ -10,7 +10,7 @@ build=${BUILD_DIR:-$here/build}
 jobs=${JOBS:-$(nproc 2>/dev/null || echo 2)}
 
 packages=(cmake ninja-build g++ make pkg-config qtbase5-dev qtbase5-dev-tools libqt5xml5
-          fonts-dejavu-core libbenchmark-dev clang libclang-rt-14-dev)
+          libqt5svg5-dev fonts-dejavu-core libbenchmark-dev clang libclang-rt-14-dev)
 
 install_missing() {
     local missing=()
