@@ -28,8 +28,12 @@ install_missing() {
     apt-get install -y -qq --no-install-recommends "${missing[@]}"
 }
 
-configure_and_build() {
+configure() {
     cmake -S "$here" -B "$build" -G Ninja -DCMAKE_BUILD_TYPE=RelWithDebInfo -DTIRREL_BUILD_BENCH=ON "$@"
+}
+
+configure_and_build() {
+    configure "$@"
     cmake --build "$build" -j "$jobs"
 }
 
@@ -38,7 +42,9 @@ shift || true
 case "$cmd" in
     run)
         install_missing
-        configure_and_build
+        configure
+        # The main job needs the tool and the library it links, not the tests and benchmarks.
+        cmake --build "$build" -j "$jobs" --target tirrel-cli
         "$here/examples/run-main-job.sh" "$build" "$@"
         ;;
     test)

@@ -731,10 +731,22 @@ void tst_Cli::checkDemo()
                  "pages/intake.xml: SCADA object Uid 2102 is used on 2 pages: pages/intake.xml "
                  "(ScadaObject #2 \"Pump P-102\"), pages/overview.xml (ScadaObject #2 \"Pump P-102\")",
                  "not checked: README.md (not XML)",
+                 "not checked: overview-rendered.png (not XML)",
                  "not checked: definitions/chemical-building.csv (not XML)",
+                 "not checked: images/overview-background.png (not XML)",
+                 "not checked: images/riverside-logo.png (not XML)",
+                 "not checked: images/site-plan.png (not XML)",
                  "not checked: library/objlib.xml (object library file)",
                  "not checked: library/userlib.xml (object library file)",
-                 "plant-demo: 2 findings (5 page files and 1 definition file checked; 4 other "
+                 "not checked: library/images/analyzer.png (not XML)",
+                 "not checked: library/images/button.png (not XML)",
+                 "not checked: library/images/dosing_stopped.png (not XML)",
+                 "not checked: library/images/filter.png (not XML)",
+                 "not checked: library/images/pump_stopped.png (not XML)",
+                 "not checked: library/images/tank.png (not XML)",
+                 "not checked: library/images/transmitter.png (not XML)",
+                 "not checked: library/images/valve_closed.png (not XML)",
+                 "plant-demo: 2 findings (5 page files and 1 definition file checked; 16 other "
                  "files not checked)"}));
 }
 
@@ -755,7 +767,7 @@ void tst_Cli::checkDemoFixed()
     TIRREL(r, {"check", dir});
     EXPECT_EXIT(r, 0);
     QVERIFY(r.out.endsWith(dir + QStringLiteral(": no findings (5 page files and 1 definition "
-                                                "file checked; 4 other files not checked)\n")));
+                                                "file checked; 16 other files not checked)\n")));
 }
 
 void tst_Cli::checkFindsEachFaultOnce_data()
