@@ -161,7 +161,7 @@ void tst_PageRenderer::kinds()
                               .convertToFormat(QImage::Format_ARGB32_Premultiplied);
     QCOMPARE(golden.size(), image.size());
     const int different = countDifferent(image, golden, image.rect(), 40);
-    QVERIFY2(different <= image.width() * image.height() / 200,
+    QVERIFY2(different <= image.width() * image.height() / 1000,
              qPrintable(QStringLiteral("%1 pixels differ").arg(different)));
 }
 

@@ -13,7 +13,6 @@
 #include <QFontMetricsF>
 #include <QImageReader>
 #include <QPainter>
-#include <QPainterPath>
 #include <QRadialGradient>
 #include <QRegularExpression>
 #include <QSet>
@@ -289,22 +288,25 @@ public:
         }
         QImage result;
         QString error;
-        QImageReader reader(path);
-        const QSize size = reader.size();
+        // Only regular files are opened: a pipe or a device would block or never end.
+        const QFileInfo info(path);
         if (path.isEmpty()) {
             error = QStringLiteral("no image file named");
-        } else if (!QFileInfo(path).isFile() && !path.startsWith(QLatin1Char(':'))) {
-            error = QFileInfo::exists(path) ? QStringLiteral("not a file")
-                                            : QStringLiteral("no such file");
-        } else if (size.isValid() && (size.width() > MaxImageSide || size.height() > MaxImageSide
-                                      || qint64(size.width()) * size.height() > MaxImagePixels)) {
-            error = QStringLiteral("%1 x %2 pixels, too large to draw")
-                        .arg(size.width()).arg(size.height());
-        } else if (!reader.read(&result) || result.isNull()) {
-            error = reader.errorString();
-            result = QImage();
+        } else if (!info.isFile()) {
+            error = info.exists() ? QStringLiteral("not a file") : QStringLiteral("no such file");
         } else {
-            result = result.convertToFormat(QImage::Format_ARGB32_Premultiplied);
+            QImageReader reader(path);
+            const QSize size = reader.size();
+            if (size.isValid() && (size.width() > MaxImageSide || size.height() > MaxImageSide
+                                   || qint64(size.width()) * size.height() > MaxImagePixels)) {
+                error = QStringLiteral("%1 x %2 pixels, too large to draw")
+                            .arg(size.width()).arg(size.height());
+            } else if (!reader.read(&result) || result.isNull()) {
+                error = reader.errorString();
+                result = QImage();
+            } else {
+                result = result.convertToFormat(QImage::Format_ARGB32_Premultiplied);
+            }
         }
         images.insert(path, result);
         imageErrors.insert(path, error);
@@ -667,15 +669,15 @@ public:
             const qreal columnWidth = beside ? legend.width() : qMax<qreal>(widest, 1);
             const int perRow = beside ? 1 : qMax(1, int(legend.width() / columnWidth));
             for (int i = 0; i < entries.size(); ++i) {
-                const QPointF at(legend.left() + (i % perRow) * columnWidth,
-                                 legend.top() + (i / perRow) * line);
-                if (at.y() + line > legend.bottom() + 0.5)
+                const QPointF origin(legend.left() + (i % perRow) * columnWidth,
+                                     legend.top() + (i / perRow) * line);
+                if (origin.y() + line > legend.bottom() + 0.5)
                     break;
                 p->setPen(QPen(colorFrom(c.TagIDs.at(i).LineColor, QColor(0xff, 0, 0)), 2));
-                p->drawLine(QPointF(at.x() + 2, at.y() + line / 2),
-                            QPointF(at.x() + 16, at.y() + line / 2));
+                p->drawLine(QPointF(origin.x() + 2, origin.y() + line / 2),
+                            QPointF(origin.x() + 16, origin.y() + line / 2));
                 p->setPen(ink);
-                drawElided(p, QRectF(at.x() + 20, at.y(), columnWidth - 22, line),
+                drawElided(p, QRectF(origin.x() + 20, origin.y(), columnWidth - 22, line),
                            Qt::AlignLeft | Qt::AlignVCenter, entries.at(i));
             }
         }
@@ -996,8 +998,10 @@ int PageRenderer::loadObjectLibrary(const QString &folder)
     d->ownedLibrary.clear();
     int read = 0;
     for (const char *name : {StandardLibraryFile, UserLibraryFile}) {
-        QFile file(QDir(folder).filePath(QLatin1String(name)));
-        if (file.size() > ProjectFileProbe::MaxFileSize || !file.open(QIODevice::ReadOnly))
+        const QFileInfo info(QDir(folder).filePath(QLatin1String(name)));
+        QFile file(info.filePath());
+        if (!info.isFile() || info.size() > ProjectFileProbe::MaxFileSize
+                || !file.open(QIODevice::ReadOnly))
             continue;
         if (readObjectLibrary(file.readAll(), name == UserLibraryFile, &d->ownedLibrary))
             ++read;
@@ -1074,7 +1078,6 @@ QList<PageRenderer::DrawnItem> PageRenderer::layout(const ScaFileData &page)
         qint64 stackZ;
         quint64 group;
         int groupZ;
-        int kind;
     };
     QVector<Entry> entries;
     const auto add = [&](PageItemRef::Kind kind, int index, const ItemRecord *record) {
@@ -1106,7 +1109,6 @@ QList<PageRenderer::DrawnItem> PageRenderer::layout(const ScaFileData &page)
         e.stackZ = b.GroupId ? b.GZVAL : b.ZVAL;
         e.group = b.GroupId;
         e.groupZ = b.GroupId ? b.ZVAL : 0;
-        e.kind = kind;
         entries.append(e);
     };
     const auto addAll = [&](PageItemRef::Kind kind, const auto &list) {

@@ -106,7 +106,7 @@ struct TIRREL_EXPORT PageItemStyle
 //
 // Ownership: the renderer owns nothing it is given (pages, definitions, library records); it
 // owns the library it reads itself (loadObjectLibrary) and the images it has read, which it
-// keeps for later renders. Not copyable. GUI thread only (fonts).
+// keeps for later renders. Not copyable. Needs a QGuiApplication (fonts); GUI thread only.
 class TIRREL_EXPORT PageRenderer
 {
 public:
@@ -127,7 +127,10 @@ public:
         // False: neither colour nor background image, only the items (to draw a page's items
         // over another drawing, e.g. ghosts of removed items).
         bool drawBackground = true;
-        // Which layers' items are drawn; null: the visible layers (see visibleLayers()).
+        // Which layers' items are drawn; null: the visible layers (see visibleLayers()). The
+        // page file knows no lock flag, but a host that keeps one in a layer's param4 or param5
+        // leaves locked layers out with a filter of its own. Items on a layer the page does not
+        // list are given to the filter as a visible layer of that id without a name.
         std::function<bool(const LayerInfo &)> layerFilter;
         TagText tagText = TagIds;
         // Tag names for TagNames; not owned, must outlive the renders.
