@@ -201,7 +201,7 @@ int runPageRender(const QStringList &args)
             "Draws page files as pictures: PNG, SVG (one group per item) or PDF, by the\n"
             "extension of OUT or --format. With several pages OUT is a folder (created if\n"
             "missing) that gets one file per page, named after the page file. Tag-bound values\n"
-            "show the tag (no live data). What cannot be drawn as the page means (a missing\n"
+            "show the tag (no live data). What cannot be drawn as the page has it (a missing\n"
             "image, an object type the object library lacks) is drawn as a stand-in and\n"
             "reported on standard error; it does not fail the command. An existing output\n"
             "file is replaced whole, or left as it was when writing fails."));
@@ -216,25 +216,25 @@ int runPageRender(const QStringList &args)
                  QStringLiteral("Output units per page unit (default 1)."), QStringLiteral("factor"),
                  QStringLiteral("1")});
     p.addOption({QStringLiteral("library"),
-                 QStringLiteral("Draw SCADA objects with the images of the object library in\n"
+                 QStringLiteral("Draw SCADA objects with the images of the object library in "
                                 "<dir> (objlib.xml, userlib.xml and their images)."),
                  QStringLiteral("dir")});
     p.addOption({QStringLiteral("layers"),
-                 QStringLiteral("visible (default), all, or a comma-separated list of layer ids\n"
+                 QStringLiteral("visible (default), all, or a comma-separated list of layer ids "
                                 "or names."),
                  QStringLiteral("which"), QStringLiteral("visible")});
     p.addOption({QStringLiteral("tags"),
-                 QStringLiteral("What tag-bound values show: names (needs --defs), ids or none\n"
+                 QStringLiteral("What tag-bound values show: names (needs --defs), ids or none "
                                 "(default: names with --defs, else ids)."),
                  QStringLiteral("what")});
     p.addOption({QStringLiteral("defs"), QStringLiteral("The definition file that names the tags."),
                  QStringLiteral("file")});
     p.addOption({QStringLiteral("font"),
-                 QStringLiteral("Draw every text in this font family (output that does not\n"
+                 QStringLiteral("Draw every text in this font family (output that does not "
                                 "depend on the fonts of the machine)."),
                  QStringLiteral("family")});
     p.addOption({QStringLiteral("json"),
-                 QStringLiteral("Write a JSON summary (an array, one object per page: output,\n"
+                 QStringLiteral("Write a JSON summary (an array, one object per page: output, "
                                 "size, items drawn with their bounding boxes, warnings).")});
     p.addPositionalArgument(QStringLiteral("PAGE"), QStringLiteral("Page files."),
                             QStringLiteral("PAGE..."));

@@ -100,9 +100,10 @@ struct TIRREL_EXPORT PageItemStyle
 //
 // Tag-bound values (no live data) show the tag's name or id, as Options::tagText says.
 //
-// What cannot be drawn as the page means it is drawn as a stand-in and reported in warnings():
-// an image that cannot be read, a SCADA object whose type the object library lacks. Nothing in a
-// page is an error; images larger than 16384 pixels a side (or 64 million pixels) are not read.
+// What cannot be drawn as the page has it is drawn as a stand-in and reported in warnings(): an
+// image that cannot be read, a SCADA object whose type the object library lacks, an item placed
+// or sized beyond a million units (not drawn). Nothing in a page is an error; images larger
+// than 16384 pixels a side (or 64 million pixels) are not read.
 //
 // Ownership: the renderer owns nothing it is given (pages, definitions, library records); it
 // owns the library it reads itself (loadObjectLibrary) and the images it has read, which it
@@ -201,7 +202,7 @@ public:
     // warning when that would exceed 16384 pixels a side or 256 million pixels.
     QImage renderImage(const ScaFileData &page, qreal scale = 1.0);
 
-    // What the last layout or render could not draw as the page means, each once, in drawing
+    // What the last layout or render could not draw as the page has it, each once, in drawing
     // order: 'ImageItem #0 "Site plan": cannot read image /p/images/site-plan.png (no such
     // file)'.
     QStringList warnings() const;
