@@ -6,13 +6,13 @@
 
 #include <QBuffer>
 #include <QDir>
-#include <QDomDocument>
 #include <QFileInfo>
 #include <QHash>
 #include <QJsonArray>
 #include <QJsonObject>
 #include <QPainter>
 #include <QPdfWriter>
+#include <QRegularExpression>
 #include <QSet>
 #include <QSvgGenerator>
 
@@ -29,9 +29,10 @@ const QStringList Formats{QStringLiteral("png"), QStringLiteral("svg"), QStringL
 // ---- SVG: one group per item ---------------------------------------------------------------------
 
 // The SVG generator writes what a painter draws as one flat run of elements. To give every item
-// a group of its own, each item is drawn by a generator of its own and the documents are joined:
-// the drawing of each becomes one <g>, its ids prefixed so that they stay unique.
-QDomDocument svgOf(const QSize &size, qreal scale, const std::function<void(QPainter *)> &paint)
+// a group of its own, each item is drawn by a generator of its own and the documents are joined,
+// one after the other, straight into the file: the drawing of each (all between its description
+// and its end) becomes one <g>, its ids (gradients) prefixed so that they stay unique.
+QByteArray svgOf(const QSize &size, qreal scale, const std::function<void(QPainter *)> &paint)
 {
     QBuffer buffer;
     QSvgGenerator generator;
@@ -43,96 +44,63 @@ QDomDocument svgOf(const QSize &size, qreal scale, const std::function<void(QPai
     painter.scale(scale, scale);
     paint(&painter);
     painter.end();
-    QDomDocument document;
-    document.setContent(buffer.data());
-    return document;
+    return buffer.data();
 }
 
-void prefixIds(QDomElement element, const QString &prefix, QHash<QString, QString> *renamed)
+QByteArray svgGroup(const QByteArray &document, const QString &id, const QString &title,
+                    bool item)
 {
-    if (element.hasAttribute(QStringLiteral("id"))) {
-        const QString id = element.attribute(QStringLiteral("id"));
-        renamed->insert(id, prefix + id);
-        element.setAttribute(QStringLiteral("id"), prefix + id);
+    const int descEnd = document.indexOf("</desc>");
+    const int from = descEnd < 0 ? document.indexOf('>', document.indexOf("<svg")) + 1
+                                 : descEnd + int(qstrlen("</desc>"));
+    QString body = QString::fromUtf8(document.mid(from, document.lastIndexOf("</svg>") - from));
+    static const QRegularExpression ids(QStringLiteral("\\bid=\"([^\"]+)\""));
+    QStringList found;
+    for (auto it = ids.globalMatch(body); it.hasNext();)
+        found << it.next().captured(1);
+    const QString prefix = id + QLatin1Char('-');
+    for (const QString &old : qAsConst(found)) {
+        body.replace(QStringLiteral("id=\"%1\"").arg(old), QStringLiteral("id=\"%1%2\"").arg(prefix, old));
+        body.replace(QStringLiteral("url(#%1)").arg(old), QStringLiteral("url(#%1%2)").arg(prefix, old));
+        body.replace(QStringLiteral("href=\"#%1\"").arg(old), QStringLiteral("href=\"#%1%2\"").arg(prefix, old));
     }
-    for (QDomElement child = element.firstChildElement(); !child.isNull();
-         child = child.nextSiblingElement())
-        prefixIds(child, prefix, renamed);
+    QString group = QStringLiteral("<g id=\"%1\"%2>\n").arg(id.toHtmlEscaped(),
+                                                          item ? QStringLiteral(" class=\"item\"")
+                                                               : QString());
+    if (!title.isEmpty())
+        group += QStringLiteral("<title>%1</title>\n").arg(title.toHtmlEscaped());
+    return (group + body.trimmed() + QStringLiteral("\n</g>\n")).toUtf8();
 }
 
-void renameReferences(QDomElement element, const QHash<QString, QString> &renamed)
-{
-    const QDomNamedNodeMap attributes = element.attributes();
-    for (int i = 0; i < attributes.count(); ++i) {
-        QDomAttr attribute = attributes.item(i).toAttr();
-        QString value = attribute.value();
-        if (!value.contains(QLatin1Char('#')))
-            continue;
-        for (auto it = renamed.begin(); it != renamed.end(); ++it) {
-            value.replace(QStringLiteral("url(#%1)").arg(it.key()),
-                          QStringLiteral("url(#%1)").arg(it.value()));
-            if (value == QLatin1Char('#') + it.key())
-                value = QLatin1Char('#') + it.value();
-        }
-        attribute.setValue(value);
-    }
-    for (QDomElement child = element.firstChildElement(); !child.isNull();
-         child = child.nextSiblingElement())
-        renameReferences(child, renamed);
-}
-
-// Moves the drawing of `part` (everything in its root but its title and description) into a
-// new group of `target`'s root.
-QDomElement appendGroup(QDomDocument &target, const QDomDocument &part, const QString &id,
-                        const QString &title)
-{
-    QDomElement root = part.documentElement();
-    QHash<QString, QString> renamed;
-    prefixIds(root, id + QLatin1Char('-'), &renamed);
-    renameReferences(root, renamed);
-    QDomElement group = target.createElement(QStringLiteral("g"));
-    group.setAttribute(QStringLiteral("id"), id);
-    if (!title.isEmpty()) {
-        QDomElement titleElement = target.createElement(QStringLiteral("title"));
-        titleElement.appendChild(target.createTextNode(title));
-        group.appendChild(titleElement);
-    }
-    for (QDomNode child = root.firstChild(); !child.isNull(); child = child.nextSibling()) {
-        const QString name = child.nodeName();
-        if (name != QLatin1String("title") && name != QLatin1String("desc"))
-            group.appendChild(target.importNode(child, true));
-    }
-    target.documentElement().appendChild(group);
-    return group;
-}
-
-QByteArray svgPage(PageRenderer &renderer, const ScaFileData &page, const QSize &size, qreal scale)
+bool writeSvgPage(PageRenderer &renderer, const ScaFileData &page, const QSize &size, qreal scale,
+                  QIODevice &device)
 {
     const QList<PageRenderer::DrawnItem> items = renderer.layout(page);
-    QDomDocument document = svgOf(size, scale, [](QPainter *) {});
-    QDomElement root = document.documentElement();
-    while (!root.firstChild().isNull())
-        root.removeChild(root.firstChild());
-    QDomElement title = document.createElement(QStringLiteral("title"));
-    title.appendChild(document.createTextNode(page.pageProperties.pageName));
-    root.appendChild(title);
-
-    if (renderer.options().drawBackground) {
-        appendGroup(document, svgOf(size, scale, [&](QPainter *p) {
-                        renderer.renderBackground(page, p);
-                    }), QStringLiteral("page-background"), QString());
+    const auto write = [&device](const QByteArray &bytes) {
+        return device.write(bytes) == bytes.size();
+    };
+    // The generator's own XML declaration and <svg> start tag, then the page's name.
+    const QByteArray empty = svgOf(size, scale, [](QPainter *) {});
+    bool ok = write(empty.left(empty.indexOf('>', empty.indexOf("<svg")) + 1) + '\n')
+              && write(QStringLiteral("<title>%1</title>\n")
+                           .arg(page.pageProperties.pageName.toHtmlEscaped()).toUtf8());
+    if (ok && renderer.options().drawBackground) {
+        ok = write(svgGroup(svgOf(size, scale, [&](QPainter *p) {
+                                renderer.renderBackground(page, p);
+                            }), QStringLiteral("page-background"), QString(), false));
     }
-    for (const PageRenderer::DrawnItem &item : items) {
-        const QString id = QStringLiteral("%1-%2").arg(item.item.itemType()).arg(item.item.index);
-        QDomElement group = appendGroup(document, svgOf(size, scale, [&](QPainter *p) {
-                                            renderer.renderItem(page, item, p);
-                                        }), id, item.item.describe());
-        group.setAttribute(QStringLiteral("class"), QStringLiteral("item"));
+    for (int i = 0; ok && i < items.size(); ++i) {
+        const PageRenderer::DrawnItem &item = items.at(i);
+        ok = write(svgGroup(svgOf(size, scale, [&](QPainter *p) {
+                                renderer.renderItem(page, item, p);
+                            }),
+                            QStringLiteral("%1-%2").arg(item.item.itemType()).arg(item.item.index),
+                            item.item.describe(), true));
     }
-    appendGroup(document, svgOf(size, scale, [&](QPainter *p) {
-                    renderer.renderOutlines(items, p);
-                }), QStringLiteral("outlines"), QString());
-    return document.toByteArray(1);
+    return ok && write(svgGroup(svgOf(size, scale, [&](QPainter *p) {
+                                    renderer.renderOutlines(items, p);
+                                }), QStringLiteral("outlines"), QString(), false))
+           && write("</svg>\n");
 }
 
 // ---- Writing -------------------------------------------------------------------------------------
@@ -148,7 +116,6 @@ bool writePage(PageRenderer &renderer, const ScaFileData &page, const QString &f
     *outputSize = size;
     std::function<bool(QIODevice &)> write;
     QImage image;
-    QByteArray svg;
     if (format == QLatin1String("png")) {
         image = renderer.renderImage(page, scale);
         if (image.isNull()) {
@@ -158,8 +125,7 @@ bool writePage(PageRenderer &renderer, const ScaFileData &page, const QString &f
         }
         write = [&image](QIODevice &device) { return image.save(&device, "PNG"); };
     } else if (format == QLatin1String("svg")) {
-        svg = svgPage(renderer, page, size, scale);
-        write = [&svg](QIODevice &device) { return device.write(svg) == svg.size(); };
+        write = [&](QIODevice &device) { return writeSvgPage(renderer, page, size, scale, device); };
     } else {
         write = [&](QIODevice &device) {
             QPdfWriter pdf(&device);
