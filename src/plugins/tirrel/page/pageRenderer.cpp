@@ -454,7 +454,7 @@ public:
             break;
         }
         if (rect.width() > MaxCoordinate || rect.height() > MaxCoordinate
-                || qAbs(b.X) > MaxCoordinate || qAbs(b.Y) > MaxCoordinate)
+                || qAbs(qreal(b.X)) > MaxCoordinate || qAbs(qreal(b.Y)) > MaxCoordinate)
             *problem = QStringLiteral("placed or sized beyond %1 units, not drawn").arg(MaxCoordinate);
         return rect;
     }
