@@ -2,6 +2,7 @@
 // small broken fixtures, asserting on its output and exit status.
 #include <QDir>
 #include <QDirIterator>
+#include <QDomDocument>
 #include <QFile>
 #include <QJsonArray>
 #include <QJsonDocument>
@@ -169,6 +170,9 @@ private slots:
     void normalizeNeverReplacesNonPages_data();
     void normalizeNeverReplacesNonPages();
     void normalizeOutputFolder();
+    void render_data();
+    void render();
+    void renderSeveralPages();
 
     void defsShowDemo();
     void importCsvThenShow();
@@ -217,11 +221,15 @@ void tst_Cli::help_data()
 
     QTest::newRow("tirrel") << QStringList{"--help"}
                             << "Usage: tirrel [--verbose] <command> [options] [arguments]"
-                            << QStringList{"page show", "page normalize", "defs show",
-                                           "defs import-csv", "check", "plugin", "library show"};
+                            << QStringList{"page show", "page normalize", "page render",
+                                           "defs show", "defs import-csv", "check", "plugin",
+                                           "library show"};
     QTest::newRow("page") << QStringList{"page", "--help"}
                           << "Usage: tirrel page <command> [options] [arguments]"
-                          << QStringList{"page show", "page normalize"};
+                          << QStringList{"page show", "page normalize", "page render"};
+    QTest::newRow("page render") << QStringList{"page", "render", "--help"}
+                                 << "Usage: tirrel page render [options] PAGE... -o OUT"
+                                 << QStringList{"--library <dir>", "--layers <which>", "--tags <what>"};
     QTest::newRow("page normalize") << QStringList{"page", "normalize", "-h"}
                                     << "Usage: tirrel page normalize [options] FILE..."
                                     << QStringList{"--output <dir>", "never written"};
@@ -257,6 +265,19 @@ void tst_Cli::usageErrors_data()
                                     << "the output file is missing";
     QTest::newRow("option without value") << QStringList{"defs", "import-csv", "x.csv", "-o"}
                                           << "Missing value after '-o'";
+    QTest::newRow("render without output") << QStringList{"page", "render", "x.xml"}
+                                           << "the output is missing";
+    QTest::newRow("render, unknown format") << QStringList{"page", "render", "x.xml", "-o", "x.jpg"}
+                                            << "cannot tell the format of x.jpg";
+    QTest::newRow("render, several pages into one file")
+        << QStringList{"page", "render", "x.xml", "y.xml", "-o", "x.png"}
+        << "with several pages, -o names a folder";
+    QTest::newRow("render, tag names without definitions")
+        << QStringList{"page", "render", "x.xml", "-o", "x.png", "--tags", "names"}
+        << "--tags names needs the definition file";
+    QTest::newRow("render, scale") << QStringList{"page", "render", "x.xml", "-o", "x.png",
+                                                  "--scale", "0"}
+                                   << "the scale must be a number above 0";
 }
 
 void tst_Cli::usageErrors()
@@ -465,6 +486,75 @@ void tst_Cli::normalizeOutputFolder()
     QVERIFY(readAll(dir + "/out/new/a.xml").contains("<fileName>a.xml</fileName>"));
 }
 
+// ---- page render --------------------------------------------------------------------------------
+
+void tst_Cli::render_data()
+{
+    QTest::addColumn<QString>("output");
+    QTest::addColumn<QByteArray>("start");
+
+    QTest::newRow("PNG") << "overview.png" << QByteArray("\x89PNG\r\n");
+    QTest::newRow("SVG") << "overview.svg" << QByteArray("<?xml");
+    QTest::newRow("PDF") << "overview.pdf" << QByteArray("%PDF-");
+}
+
+void tst_Cli::render()
+{
+    QFETCH(QString, output);
+    QFETCH(QByteArray, start);
+    const QString target = m_tmp.filePath(output);
+    QVERIFY(writeAll(target, "an older picture"));  // replaced
+    TIRREL(r, {"page", "render", "pages/overview.xml", "--library", "library", "--defs",
+               "definitions/plant.xml", "--scale", "0.5", "--json", "-o", target}, DemoDir);
+    EXPECT_EXIT(r, 0);
+    QCOMPARE(r.err, QString());
+    const QJsonObject page = r.json().array().at(0).toObject();
+    QCOMPARE(page.value("output").toString(), target);
+    QCOMPARE(page.value("width").toInt(), 640);
+    QCOMPARE(page.value("height").toInt(), 400);
+    QStringList drawn;  // in drawing order: the site plan on the background layer first
+    for (const QJsonValue &v : page.value("items").toArray())
+        drawn << v.toObject().value("itemType").toString() + "-"
+                     + QString::number(v.toObject().value("index").toInt());
+    QCOMPARE(drawn.size(), 14);
+    QCOMPARE(drawn.first(), QStringLiteral("ImageItem-0"));
+
+    const QByteArray bytes = readAll(target);
+    QVERIFY(bytes.startsWith(start));
+    if (output.endsWith(".png"))
+        QCOMPARE(QImage::fromData(bytes).size(), QSize(640, 400));
+    if (output.endsWith(".svg")) {
+        QDomDocument svg;
+        QVERIFY(svg.setContent(bytes));
+        QStringList groups;
+        const QDomNodeList g = svg.elementsByTagName("g");
+        for (int i = 0; i < g.size(); ++i) {
+            if (g.at(i).toElement().attribute("class") == QLatin1String("item"))
+                groups << g.at(i).toElement().attribute("id");
+        }
+        QCOMPARE(groups, drawn);
+    }
+}
+
+void tst_Cli::renderSeveralPages()
+{
+    // One picture per page, a warning for the object type the library lacks, and a file that is
+    // no page reported without stopping the others.
+    const QString out = m_tmp.filePath("pictures");
+    TIRREL(r, {"page", "render", "pages/intake.xml", "definitions/plant.xml", "pages/reservoir.xml",
+               "--library", "library", "-o", out}, DemoDir);
+    EXPECT_EXIT(r, 1);
+    QCOMPARE(r.errLines(),
+             (QStringList{"tirrel page render: definitions/plant.xml is a definition file, not a "
+                          "page file",
+                          "tirrel page render: pages/reservoir.xml: ScadaObject #4 \"RTU-301\": "
+                          "object type 14 is not in the object library"}));
+    QCOMPARE(r.outLines(), (QStringList{"wrote " + out + "/intake.png (1280 x 800, 10 items)",
+                                        "wrote " + out + "/reservoir.png (1280 x 800, 9 items, 1 "
+                                        "warning)"}));
+    QCOMPARE(QDir(out).entryList(QDir::Files), (QStringList{"intake.png", "reservoir.png"}));
+}
+
 // ---- defs show and import-csv -------------------------------------------------------------------
 
 void tst_Cli::defsShowDemo()
@@ -641,10 +731,22 @@ void tst_Cli::checkDemo()
                  "pages/intake.xml: SCADA object Uid 2102 is used on 2 pages: pages/intake.xml "
                  "(ScadaObject #2 \"Pump P-102\"), pages/overview.xml (ScadaObject #2 \"Pump P-102\")",
                  "not checked: README.md (not XML)",
+                 "not checked: overview-rendered.png (not XML)",
                  "not checked: definitions/chemical-building.csv (not XML)",
+                 "not checked: images/overview-background.png (not XML)",
+                 "not checked: images/riverside-logo.png (not XML)",
+                 "not checked: images/site-plan.png (not XML)",
                  "not checked: library/objlib.xml (object library file)",
                  "not checked: library/userlib.xml (object library file)",
-                 "plant-demo: 2 findings (5 page files and 1 definition file checked; 4 other "
+                 "not checked: library/images/analyzer.png (not XML)",
+                 "not checked: library/images/button.png (not XML)",
+                 "not checked: library/images/dosing_stopped.png (not XML)",
+                 "not checked: library/images/filter.png (not XML)",
+                 "not checked: library/images/pump_stopped.png (not XML)",
+                 "not checked: library/images/tank.png (not XML)",
+                 "not checked: library/images/transmitter.png (not XML)",
+                 "not checked: library/images/valve_closed.png (not XML)",
+                 "plant-demo: 2 findings (5 page files and 1 definition file checked; 16 other "
                  "files not checked)"}));
 }
 
@@ -665,7 +767,7 @@ void tst_Cli::checkDemoFixed()
     TIRREL(r, {"check", dir});
     EXPECT_EXIT(r, 0);
     QVERIFY(r.out.endsWith(dir + QStringLiteral(": no findings (5 page files and 1 definition "
-                                                "file checked; 4 other files not checked)\n")));
+                                                "file checked; 16 other files not checked)\n")));
 }
 
 void tst_Cli::checkFindsEachFaultOnce_data()

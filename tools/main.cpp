@@ -7,6 +7,8 @@
 
 using namespace cli;
 
+int runPageRender(const QStringList &args);    // renderCommand.cpp
+
 namespace {
 
 bool g_verbose = false;
@@ -37,6 +39,7 @@ const Command commands[] = {
     {"page", "show", "Show page properties, layers, item counts and tag bindings", runPageShow},
     {"page", "normalize", "Load and save pages through the library (canonical form)",
      runPageNormalize},
+    {"page", "render", "Draw pages as PNG, SVG or PDF files", runPageRender},
     {"defs", "show", "Show the channels, tags and alarms of a definition file", runDefsShow},
     {"defs", "import-csv", "Turn CSV tag lists into a definition file", runDefsImportCsv},
     {"check", nullptr, "Check the integrity of a project folder", runCheck},

@@ -5,6 +5,7 @@
 #include "tirrelPlugin.h"
 #include "scaFileData.h"
 #include "scaFileProcessor.h"
+#include "pageRenderer.h"
 #include "projectDataTree.h"
 #include "programSettings.h"
 #include "eventLogger.h"

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "tirrel_global.h"
+
 #include <QIODevice>
 #include <QSaveFile>
 #include <QString>
@@ -9,8 +11,9 @@ enum class SaveResult { Saved, OpenFailed, WriteFailed };
 
 // Flushes the file and, unless that or an earlier write failed, commits it; otherwise drops the
 // new content. QSaveFile on its own notices neither a write that falls short nor a failing final
-// flush, and would rename the truncated file over the old one.
-SaveResult finishSave(QSaveFile &file, bool written);
+// flush, and would rename the truncated file over the old one. Exported for the tirrel tool,
+// which saves the files it makes itself through saveFileSafely too.
+TIRREL_EXPORT SaveResult finishSave(QSaveFile &file, bool written);
 
 // Replaces the file at path with what write(QIODevice &) puts into it; write returns false when
 // one of its writes failed or fell short. The bytes go to a temporary file beside the target,
