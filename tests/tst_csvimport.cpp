@@ -158,7 +158,8 @@ void tst_CsvImport::skippedLines_data()
 
     QTest::newRow("no final line feed") << QByteArray("1;2;A;WORD") << QStringList() << "A|2|1|2";
     QTest::newRow("empty file") << QByteArray() << QStringList() << "";
-    QTest::newRow("one line feed: one empty line") << QByteArray("\n") << QStringList{"1:1:F:"} << "";
+    QTest::newRow("one line feed: one empty line")
+        << QByteArray("\n") << QStringList{"1:1:F:"} << "";
     QTest::newRow("title, short and long lines")
         << QByteArray("Tag list\n1;2;A;WORD\n1;3;Short\n1;4;Long;WORD;x\n1;5;B;FLOAT\n")
         << QStringList{"1:1:F:Tag list", "3:3:F:1;3;Short", "4:5:F:1;4;Long;WORD;x"}
@@ -179,7 +180,8 @@ void tst_CsvImport::skippedLines_data()
                        "4:4:T:Nr;Address;Name;Type"}
         << "Name|Address|2|4; T|5|1|2; Name|Address|2|4";
     QTest::newRow("unknown type with an address: no header")
-        << QByteArray("1;400;Flag;BOOL\n") << QStringList{"1:4:T:1;400;Flag;BOOL"} << "Flag|400|2|4";
+        << QByteArray("1;400;Flag;BOOL\n") << QStringList{"1:4:T:1;400;Flag;BOOL"}
+        << "Flag|400|2|4";
     QTest::newRow("empty name and address") << QByteArray("1; ;;WORD\n")
         << QStringList{"1:4:N:1; ;;WORD", "1:4:A:1; ;;WORD"} << "| |1|2";
     QTest::newRow("quotes are plain text")
