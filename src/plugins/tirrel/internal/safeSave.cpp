@@ -199,7 +199,7 @@ bool SafeSaveDevice::startTemporaryFile()
         m_temporary.clear();
         if (error == EEXIST && attempt < 100)
             continue;
-        const QString where = QFile::decodeName(folder);
+        const QString where = QFileInfo(QFile::decodeName(m_target)).absolutePath();
         switch (error) {
         case EACCES:
         case EPERM:

@@ -22,8 +22,8 @@
 //     which is renamed over the target once every byte is on disk. A save killed midway leaves
 //     the old file as it was (and that temporary file, which can be deleted);
 //   - the new file keeps the old one's permission bits, and its owner and group where the process
-//     may set them (root may; another user keeps the group when it is one of its own and
-//     otherwise becomes the owner). Since it is a new file, hard links to the old one go on
+//     may set them: root keeps both; another user keeps the group when it belongs to it, and the
+//     file then belongs to that user. Since it is a new file, hard links to the old one go on
 //     showing the old content; a symbolic link is followed and the file it names is replaced;
 //   - a save fails, and leaves the file alone, when the target is not a regular file, cannot be
 //     written by the process, its folder cannot take a new file, the disk or the quota is full,
