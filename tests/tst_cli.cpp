@@ -908,9 +908,13 @@ void tst_Cli::checkBrokenFiles()
     QMap<QString, QString> reported;
     for (const QJsonValue &v : o.value("findings").toArray())
         reported.insert(v.toObject().value("file").toString(), v.toObject().value("message").toString());
-    for (const QJsonValue &v : o.value("notChecked").toArray())
-        reported.insert(v.toObject().value("file").toString(),
-                        "not checked: " + v.toObject().value("reason").toString());
+    for (const QJsonValue &v : o.value("notChecked").toArray()) {
+        const QJsonObject n = v.toObject();
+        reported.insert(n.value("file").toString(),
+                        QLatin1String(n.value("incomplete").toBool()
+                                          ? "not checked, incomplete: " : "not checked: ")
+                            + n.value("reason").toString());
+    }
 
     QMap<QString, QString> expected{
         {"empty.xml", "is empty, not a well-formed XML document"},
@@ -918,12 +922,12 @@ void tst_Cli::checkBrokenFiles()
         {"half.xml", "is not well-formed XML: line 5, column 18: unexpected end of file"},
         {"empty.txt", "not checked: empty file"},
         {"image.png", "not checked: not XML"},
-        {"pipe", "not checked: not a regular file"},
-        {"dangling.xml", "not checked: broken symbolic link"},
+        {"pipe", "not checked, incomplete: not a regular file"},
+        {"dangling.xml", "not checked, incomplete: broken symbolic link"},
         {"caf\\xe9.xml", "the name is not valid UTF-8 (its other bytes are shown as \\xNN), so the "
                          "editor cannot open it by that name"},
-        {"huge.xml", "not checked: larger than 536870912 bytes, the most that is read (536870913 "
-                     "bytes), not read"},
+        {"huge.xml", "not checked, incomplete: larger than 536870912 bytes, the most that is "
+                     "read (536870913 bytes), not read"},
     };
     if (!root)
         expected.insert("locked.xml", "cannot be read: Permission denied");

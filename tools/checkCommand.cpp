@@ -59,6 +59,7 @@ struct NotChecked
 {
     QString file;
     QString reason;
+    bool incomplete = false;    // a file the check could not read, not one of another kind
 };
 
 // A file or folder found in the project folder: its path as the file system holds it, and as
@@ -151,7 +152,7 @@ private:
     // A file that could not be checked: the check is incomplete.
     void notChecked(const QString &file, const QString &reason)
     {
-        m_notChecked.append({file, reason});
+        m_notChecked.append({file, reason, true});
         m_incomplete = true;
     }
     bool noProjectFiles() const { return m_pages.pages.isEmpty() && m_definitions.empty(); }
@@ -564,9 +565,12 @@ QJsonObject ProjectCheck::json(const QString &shownRoot) const
         findings.append(o);
     }
     QJsonArray notChecked;
-    for (const NotChecked &n : m_notChecked)
-        notChecked.append(QJsonObject{{QStringLiteral("file"), n.file},
-                                      {QStringLiteral("reason"), n.reason}});
+    for (const NotChecked &n : m_notChecked) {
+        QJsonObject o{{QStringLiteral("file"), n.file}, {QStringLiteral("reason"), n.reason}};
+        if (n.incomplete)
+            o.insert(QStringLiteral("incomplete"), true);
+        notChecked.append(o);
+    }
     QStringList pages = m_pages.pages.keys();
     std::sort(pages.begin(), pages.end());
     QStringList definitions;

@@ -4,8 +4,6 @@
 #include <QGuiApplication>
 #include <QLoggingCategory>
 
-#include <cstdio>
-
 using namespace cli;
 
 namespace {

@@ -277,7 +277,8 @@ int runPageNormalize(const QStringList &args)
                  + QStringLiteral(" was already written from another file"));
             continue;
         }
-        // Never replace a file in the output folder that is not a page itself.
+        // Never replace a file in the output folder that is not a well-formed page itself: a
+        // broken one may be somebody's work in progress. Parsed whole for that.
         if (QFileInfo::exists(target) && QFileInfo(target) != source) {
             const ProjectFileInfo_t existing = ProjectFileProbe::probeFile(target);
             if (existing.kind != ProjectFileInfo_t::PageFile) {
