@@ -9,9 +9,11 @@
 #include <QJsonObject>
 #include <QProcess>
 #include <QRegularExpression>
+#include <QStandardPaths>
 #include <QTemporaryDir>
 #include <QtTest>
 
+#include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -142,6 +144,7 @@ const QByteArray SmallPage("<ScadaFile><ItemList><Item><Properties Name=\"P\" Ui
                            "</ScadaFile>");
 const QByteArray SmallDefinitions("<CTDefinitions><ChannelList><Channel><Name>C</Name><Id>1</Id>"
                                   "</Channel></ChannelList><TagList><Tag><Name>T</Name><Id>1</Id>"
+                                  "<VariableAddress>1</VariableAddress>"
                                   "<KanalName>C</KanalName><Kanal_Id>1</Kanal_Id></Tag></TagList>"
                                   "</CTDefinitions>");
 const QByteArray Binary("\x89PNG\r\n\x1a\n\0\0\0\rIHDR\xff\xfe", 18);
@@ -167,6 +170,8 @@ private slots:
     void pageShowReportsFilesThatAreNotPages();
     void normalizeLeavesDemoUnchanged();
     void normalizeRewritesIntoCanonicalForm();
+    void saveFailuresAreReported_data();
+    void saveFailuresAreReported();
     void normalizeNeverReplacesNonPages_data();
     void normalizeNeverReplacesNonPages();
     void normalizeOutputFolder();
@@ -178,6 +183,8 @@ private slots:
     void importCsvThenShow();
     void importCsvAlternateTypeCodes();
     void importCsvInto();
+    void importCsvReports_data();
+    void importCsvReports();
     void importCsvWritesNothingOnError_data();
     void importCsvWritesNothingOnError();
 
@@ -190,6 +197,8 @@ private slots:
     void checkUnusableInput_data();
     void checkUnusableInput();
     void checkWithoutDefinitions();
+    void textIsSafeForTerminals();
+    void outputErrorsAreErrors();
 
     void plugin();
     void libraryShow();
@@ -430,11 +439,48 @@ void tst_Cli::normalizeRewritesIntoCanonicalForm()
     const QByteArray canonical = readAll(dir + "/small.xml");
     QVERIFY(canonical.contains("        <fileName>small.xml</fileName>\n"));
 
-    // A file given twice is normalized once.
-    TIRREL(second, {"page", "normalize", "small.xml", "./small.xml"}, dir);
+    QCOMPARE(first.err, QString());
+
+    // A file given twice is normalized once; the library's debug lines show with --verbose,
+    // each naming what it is.
+    TIRREL(second, {"--verbose", "page", "normalize", "small.xml", "./small.xml"}, dir);
     EXPECT_EXIT(second, 0);
     QCOMPARE(second.out, QStringLiteral("small.xml: unchanged\n"));
+    QVERIFY2(second.err.contains(QLatin1String(" debug: saveFiledata  start : ")),
+             qPrintable(second.err));
     QCOMPARE(readAll(dir + "/small.xml"), canonical);
+}
+
+void tst_Cli::saveFailuresAreReported_data()
+{
+    QTest::addColumn<QStringList>("args");
+    QTest::addColumn<QString>("file");      // the file the command must leave as it was
+
+    QTest::newRow("page normalize") << QStringList{"page", "normalize", "page.xml"} << "page.xml";
+    QTest::newRow("defs import-csv --into")
+        << QStringList{"defs", "import-csv", "tags.csv", "--into", "defs.xml", "-o", "defs.xml"}
+        << "defs.xml";
+}
+
+void tst_Cli::saveFailuresAreReported()
+{
+    // A file size limit below the new content: the save fails midway and must say so.
+    QFETCH(QStringList, args);
+    QFETCH(QString, file);
+    if (QStandardPaths::findExecutable(QStringLiteral("prlimit")).isEmpty())
+        QSKIP("no prlimit to set a file size limit with");
+    QTemporaryDir dir;
+    QVERIFY(writeFiles(dir.path(), {{"page.xml", SmallPage}, {"defs.xml", SmallDefinitions},
+                                    {"tags.csv", "1;1;A;WORD\n"}}));
+    const QByteArray before = readAll(dir.filePath(file));
+    // The signal of the limit is ignored from the shell on, so that the write fails instead.
+    TIRREL(r, QStringList{"-c", "trap '' XFSZ; exec prlimit --fsize=100 \"$@\"", "sh", Program}
+                  + args, dir.path(), QString(), QStringLiteral("/bin/sh"));
+    EXPECT_EXIT(r, 1);
+    QVERIFY2(r.err.contains("cannot write " + file + ": the file size limit of the process is "
+                            "reached (File too large); any file there is left as it was"),
+             qPrintable(r.describe()));
+    QCOMPARE(readAll(dir.filePath(file)), before);
 }
 
 void tst_Cli::normalizeNeverReplacesNonPages_data()
@@ -676,6 +722,61 @@ void tst_Cli::importCsvInto()
     QVERIFY(after.out.contains(QLatin1String("tags:     37")));
 }
 
+void tst_Cli::importCsvReports_data()
+{
+    QTest::addColumn<QByteArray>("csv");
+    QTest::addColumn<int>("exit");
+    QTest::addColumn<QStringList>("errors");    // after "tirrel defs import-csv: "
+    QTest::addColumn<QString>("summary");
+
+    const QString quotes = "line skipped: quoted fields are not supported (every \";\" separates "
+                           "fields, and quotes would stay in names)";
+    QTest::newRow("each kind of line")
+        << QByteArray("Nr;Address;Name;Type\n1;40001;Pump;WORD\n1;;NoAddress;WORD\n1;40003;;WORD\n"
+                      "1;40004;\"Quoted\";WORD\n1;40005;\"a;b\";WORD\n1;40006;Flag;BOOL\n"
+                      "1;40007;Text;STRING\n1;40008;Flag2;BOOL\n")
+        << 0
+        << QStringList{"t.csv:1: note: header row skipped: Nr;Address;Name;Type",
+                       "t.csv:3: line skipped: the address is empty",
+                       "t.csv:4: line skipped: the tag name is empty", "t.csv:5: " + quotes,
+                       "t.csv:6: " + quotes,
+                       "t.csv: unknown type names, imported with type code 2 and size 4: "
+                       "\"BOOL\" (lines 7, 9), \"STRING\" (line 8)"}
+        << "t.csv: 4 tags imported, 5 lines skipped";
+    QStringList capped;
+    for (int line = 1; line <= 20; ++line)
+        capped << QStringLiteral("t.csv:%1: line skipped: 2 fields, a tag line has 4").arg(line);
+    QTest::newRow("reports capped at 20")
+        << QByteArray("1;2\n").repeated(25) + "1;2;A;WORD\n" << 0
+        << capped + QStringList{"t.csv: 5 more reports not shown"}
+        << "t.csv: 1 tag imported, 25 lines skipped";
+    QTest::newRow("no usable line")
+        << QByteArray("Nr;Address;Name;Type\n\n1;;B;WORD\n") << 1
+        << QStringList{"t.csv:1: note: header row skipped: Nr;Address;Name;Type",
+                       "t.csv:2: line skipped: empty line",
+                       "t.csv:3: line skipped: the address is empty",
+                       "t.csv has no usable line", "t.xml not written"}
+        << "t.csv: 0 tags imported, 3 lines skipped";
+}
+
+void tst_Cli::importCsvReports()
+{
+    QFETCH(QByteArray, csv);
+    QFETCH(int, exit);
+    QFETCH(QStringList, errors);
+    QFETCH(QString, summary);
+    QTemporaryDir dir;
+    QVERIFY(writeAll(dir.filePath("t.csv"), csv));
+    TIRREL(r, {"defs", "import-csv", "t.csv", "-o", "t.xml"}, dir.path());
+    EXPECT_EXIT(r, exit);
+    QStringList expected;
+    for (const QString &e : errors)
+        expected << "tirrel defs import-csv: " + e;
+    QCOMPARE(r.errLines(), expected);
+    QCOMPARE(r.outLines().value(0), summary);
+    QCOMPARE(QFileInfo::exists(dir.filePath("t.xml")), exit == 0);
+}
+
 void tst_Cli::importCsvWritesNothingOnError_data()
 {
     QTest::addColumn<QStringList>("args");
@@ -686,8 +787,15 @@ void tst_Cli::importCsvWritesNothingOnError_data()
     QTest::newRow("--into a page") << QStringList{"good.csv", "--into", "page.xml", "-o", "new.xml"}
                                    << "page.xml is a page file, not a definition file; nothing written";
     QTest::newRow("--into a broken file")
-        << QStringList{"good.csv", "--into", "half.xml", "-o", "new.xml"}
-        << "half.xml is not well-formed XML: line 5";
+        << QStringList{"good.csv", "--into", "halfdefs.xml", "-o", "new.xml"}
+        << "halfdefs.xml is not well-formed XML: line 1, column 30: unexpected end of file";
+    QTest::newRow("a pipe") << QStringList{"good.csv", "pipe.csv", "-o", "new.xml"}
+                            << "cannot read the CSV file pipe.csv: not a regular file";
+    QTest::newRow("a device") << QStringList{"/dev/zero", "-o", "new.xml"}
+                              << "cannot read the CSV file /dev/zero: not a regular file";
+    // Outside the folder, which is read whole to tell that nothing changed.
+    QTest::newRow("over the size limit") << QStringList{m_tmp.filePath("huge.csv"), "-o", "new.xml"}
+        << "huge.csv: larger than 536870912 bytes, the most that is read (536870913 bytes)";
     QTest::newRow("output exists") << QStringList{"good.csv", "-o", "existing.xml"}
                                    << "existing.xml already exists; give --into existing.xml";
     QTest::newRow("output exists, --into another file")
@@ -701,8 +809,12 @@ void tst_Cli::importCsvWritesNothingOnError()
     QFETCH(QString, message);
     QTemporaryDir dir;
     QVERIFY(writeFiles(dir.path(), {{"good.csv", "1;1;A;WORD\n"}, {"page.xml", SmallPage},
-                                    {"half.xml", HalfWrittenPage}, {"defs.xml", SmallDefinitions},
-                                    {"existing.xml", "keep me"}}));
+                                    {"halfdefs.xml", "<CTDefinitions><TagList><Tag>"},
+                                    {"defs.xml", SmallDefinitions}, {"existing.xml", "keep me"}}));
+    QCOMPARE(::mkfifo(QFile::encodeName(dir.filePath("pipe.csv")).constData(), 0600), 0);
+    QFile huge(m_tmp.filePath("huge.csv"));
+    QVERIFY(huge.open(QIODevice::WriteOnly) && huge.resize(512 * 1024 * 1024 + 1));
+    huge.close();
     const auto before = snapshot(dir.path());
     TIRREL(r, QStringList{"defs", "import-csv"} + args, dir.path());
     EXPECT_EXIT(r, 1);
@@ -799,6 +911,13 @@ void tst_Cli::checkFindsEachFaultOnce_data()
         << "tag id 2 is defined twice: defs/plant.xml (\"T2\"), defs/plant.xml (\"T6\")";
     QTest::newRow("alarm on an undefined tag") << "alarm-undefined-tag" << "defs/plant.xml"
         << "alarm \"Orphan\" (id 2) is on tag 950, which no definition file defines";
+    QTest::newRow("Uid twice on one page") << "duplicate-uid" << "pages/c.page"
+        << "SCADA object Uid 30 is used twice on one page: pages/c.page (ScadaObject #0 "
+           "\"Twin 1\"), pages/c.page (ScadaObject #1 \"Twin 2\")";
+    QTest::newRow("tag without a name") << "empty-tag-name" << "defs/plant.xml"
+        << "tag \"\" (id 7) has an empty name";
+    QTest::newRow("tag without an address") << "empty-tag-address" << "defs/plant.xml"
+        << "tag \"T8\" (id 8) has an empty address";
     QTest::newRow("half-written file") << "malformed" << "pages/half-written.xml"
         << "is not well-formed XML: line 6, column 42: unexpected end of file";
 }
@@ -824,9 +943,9 @@ void tst_Cli::checkReportsNothingElse()
     EXPECT_EXIT(m_faultsRun, 1);
     QCOMPARE(m_faults.value("status").toInt(), 1);
     const QJsonArray findings = m_faults.value("findings").toArray();
-    QCOMPARE(findings.size(), 14);
+    QCOMPARE(findings.size(), 17);
     for (const QJsonValue &v : findings) {
-        if (v.toObject().value("check") == QLatin1String("duplicate-uid"))
+        if (v.toObject().value("item") == QLatin1String("SCADA object Uid 20"))
             QCOMPARE(v.toObject().value("files").toArray(), (QJsonArray{"pages/a.xml", "pages/b.xml"}));
     }
     QCOMPARE(m_faults.value("complete").toBool(), true);
@@ -842,14 +961,14 @@ void tst_Cli::checkReportsNothingElse()
     TIRREL(text, {"check", "."}, FaultsDir);
     EXPECT_EXIT(text, 1);
     const QStringList lines = text.outLines();
-    QCOMPARE(lines.size(), 14 + 2);
+    QCOMPARE(lines.size(), 17 + 2);
     QStringList files;
-    for (int i = 0; i < 14; ++i)
+    for (int i = 0; i < 17; ++i)
         files << lines.at(i).section(QLatin1Char(':'), 0, 0);
     QStringList sorted = files;
     std::sort(sorted.begin(), sorted.end());
     QCOMPARE(files, sorted);
-    QCOMPARE(lines.last(), QStringLiteral(".: 14 findings (4 page files and 1 definition file "
+    QCOMPARE(lines.last(), QStringLiteral(".: 17 findings (4 page files and 1 definition file "
                                           "checked; 1 other file not checked)"));
 }
 
@@ -862,6 +981,17 @@ void tst_Cli::checkBrokenFiles()
                              {"half.xml", HalfWrittenPage}, {".hidden.xml", HalfWrittenPage}}));
     QCOMPARE(::mkfifo(QFile::encodeName(dir + "/pipe").constData(), 0600), 0);
     QVERIFY(QFile::link(dir + "/nowhere.xml", dir + "/dangling.xml"));
+    // A name that is not valid UTF-8 is visited all the same, and a file over the size limit
+    // is not read.
+    const QByteArray latin1Name = QFile::encodeName(dir) + "/caf\xe9.xml";
+    const int fd = ::open(latin1Name.constData(), O_WRONLY | O_CREAT, 0644);
+    const QByteArray otherPage = QByteArray(SmallPage).replace("9</pageID>", "10</pageID>")
+                                                      .replace("Uid=\"5\"", "Uid=\"6\"");
+    QVERIFY(fd >= 0 && ::write(fd, otherPage.constData(), size_t(otherPage.size())) > 0);
+    ::close(fd);
+    QFile huge(dir + "/huge.xml");
+    QVERIFY(huge.open(QIODevice::WriteOnly) && huge.resize(512 * 1024 * 1024 + 1));
+    huge.close();
     const bool root = geteuid() == 0;
     if (!root) {
         QVERIFY(writeAll(dir + "/locked.xml", SmallPage));
@@ -869,16 +999,23 @@ void tst_Cli::checkBrokenFiles()
     }
 
     TIRREL(r, {"check", "--json", "broken"}, m_tmp.path());
+    ::unlink(latin1Name.constData());   // a name QDir could not remove
     if (!root)
         QFile::setPermissions(dir + "/locked.xml", QFileDevice::ReadOwner | QFileDevice::WriteOwner);
-    EXPECT_EXIT(r, root ? 1 : 2);   // a file that cannot be read leaves the check incomplete
+    // Files that were not checked (a pipe, a broken link, one too large) leave it incomplete.
+    EXPECT_EXIT(r, 2);
     const QJsonObject o = r.json().object();
+    QCOMPARE(o.value("complete").toBool(true), false);
     QMap<QString, QString> reported;
     for (const QJsonValue &v : o.value("findings").toArray())
         reported.insert(v.toObject().value("file").toString(), v.toObject().value("message").toString());
-    for (const QJsonValue &v : o.value("notChecked").toArray())
-        reported.insert(v.toObject().value("file").toString(),
-                        "not checked: " + v.toObject().value("reason").toString());
+    for (const QJsonValue &v : o.value("notChecked").toArray()) {
+        const QJsonObject n = v.toObject();
+        reported.insert(n.value("file").toString(),
+                        QLatin1String(n.value("incomplete").toBool()
+                                          ? "not checked, incomplete: " : "not checked: ")
+                            + n.value("reason").toString());
+    }
 
     QMap<QString, QString> expected{
         {"empty.xml", "is empty, not a well-formed XML document"},
@@ -886,13 +1023,17 @@ void tst_Cli::checkBrokenFiles()
         {"half.xml", "is not well-formed XML: line 5, column 18: unexpected end of file"},
         {"empty.txt", "not checked: empty file"},
         {"image.png", "not checked: not XML"},
-        {"pipe", "not checked: not a regular file"},
-        {"dangling.xml", "not checked: broken symbolic link"},
+        {"pipe", "not checked, incomplete: not a regular file"},
+        {"dangling.xml", "not checked, incomplete: broken symbolic link"},
+        {"caf\\xe9.xml", "the name is not valid UTF-8 (its other bytes are shown as \\xNN), so the "
+                         "editor cannot open it by that name"},
+        {"huge.xml", "not checked, incomplete: larger than 536870912 bytes, the most that is "
+                     "read (536870913 bytes), not read"},
     };
     if (!root)
         expected.insert("locked.xml", "cannot be read: Permission denied");
     QCOMPARE(reported, expected);
-    QCOMPARE(o.value("pageFiles").toArray(), QJsonArray{"good/page.xml"});
+    QCOMPARE(o.value("pageFiles").toArray(), (QJsonArray{"caf\\xe9.xml", "good/page.xml"}));
     QCOMPARE(o.value("definitionFiles").toArray(), QJsonArray{"good/defs.xml"});
 }
 
@@ -904,6 +1045,7 @@ void tst_Cli::checkUnusableInput_data()
     QTest::newRow("missing") << "missing" << "tirrel check: input does not exist";
     QTest::newRow("a file") << "file" << "tirrel check: input is not a folder";
     QTest::newRow("no project files") << "readme" << "no page or definition file found";
+    QTest::newRow("empty folder") << "empty" << "no page or definition file found";
 }
 
 void tst_Cli::checkUnusableInput()
@@ -916,9 +1058,50 @@ void tst_Cli::checkUnusableInput()
         QVERIFY(writeAll(input, SmallPage));
     else if (setup == QLatin1String("readme"))
         QVERIFY(writeAll(input + "/README.md", "# nothing here\n"));
+    else if (setup == QLatin1String("empty"))
+        QVERIFY(QDir().mkpath(input));
     TIRREL(r, {"check", "input"}, dir.path());
     EXPECT_EXIT(r, 2);
     QVERIFY2((r.out + r.err).contains(message), qPrintable(r.describe()));
+    // JSON says so too, even of a folder that is not there.
+    TIRREL(json, {"check", "--json", "input"}, dir.path());
+    EXPECT_EXIT(json, 2);
+    QCOMPARE(json.json().object().value("complete").toBool(true), false);
+    QCOMPARE(json.json().object().value("status").toInt(), 2);
+}
+
+void tst_Cli::textIsSafeForTerminals()
+{
+    // Control characters of the data are shown escaped; a file name with a line feed is quoted.
+    QTemporaryDir dir;
+    QByteArray page = SmallPage;
+    page.replace("<pageName>Small</pageName>", "<pageName>Sm&#x1b;[2Jall&#x9b;</pageName>");
+    QVERIFY(writeAll(dir.filePath("a\nb.xml"), page));
+    TIRREL(show, {"page", "show", "a\nb.xml"}, dir.path());
+    EXPECT_EXIT(show, 0);
+    QCOMPARE(show.outLines().mid(0, 2),
+             (QStringList{"\"a\\nb.xml\"", "  page:         Sm\\x1b[2Jall\\x9b (id 9, type 0)"}));
+    TIRREL(check, {"check", "."}, dir.path());
+    QVERIFY2(check.out.startsWith("note: no definition file found"), qPrintable(check.out));
+    QVERIFY(!check.out.contains(QChar(0x1b)));
+
+    QVERIFY(writeAll(dir.filePath("x.xml"), "<CTDefinitions><TagList><Tag><Name>"
+                                            "T\xc2\x9b\xe2\x80\xae</Name></Tag></TagList>"
+                                            "</CTDefinitions>"));
+    TIRREL(list, {"defs", "show", "--list", "x.xml"}, dir.path());
+    QVERIFY2(list.out.contains("T\\x9b\\u202e"), qPrintable(list.out));
+}
+
+void tst_Cli::outputErrorsAreErrors()
+{
+    QProcess p;
+    p.setStandardOutputFile(QStringLiteral("/dev/full"));
+    p.start(Program, {"check", "--json", DemoDir});
+    QVERIFY(p.waitForFinished(240000));
+    QCOMPARE(p.exitStatus(), QProcess::NormalExit);
+    QCOMPARE(p.exitCode(), 3);
+    QVERIFY(p.readAllStandardError().contains(
+        "tirrel: the output could not be written: No space left on device"));
 }
 
 void tst_Cli::checkWithoutDefinitions()

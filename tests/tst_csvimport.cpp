@@ -1,9 +1,13 @@
 // The CSV tag import.
 #include "defsDump.h"
 
+#include <fileAccess.h>
+
 #include <QTemporaryDir>
 #include <QTextCodec>
 #include <QtTest>
+
+#include <sys/stat.h>
 
 using namespace defs;
 
@@ -76,14 +80,9 @@ void tst_CsvImport::lines_data()
     QTest::newRow("lower case matches nothing")
         << QByteArray("a;1;f;float\na;2;w;Word\n") << true << "f|1|2|4; w|2|2|4";
     QTest::newRow("unknown type") << QByteArray("a;1;S;STRING") << true << "S|1|2|4";
-    QTest::newRow("header line imported")
-        << QByteArray("Nr;Address;Name;Type\n1;5;T;WORD\n") << false
-        << "Name|Address|2|4; T|5|1|2";
     QTest::newRow("fields not trimmed") << QByteArray("1; 40001 ; Pump 1 ;W O R D ") << false
                                         << " Pump 1 | 40001 |1|2";
     QTest::newRow("empty fields") << QByteArray(";;;") << false << "||2|4";
-    QTest::newRow("quotes are plain text") << QByteArray("1;\"2\";\"a;b\";WORD\n1;2;\"c\";WORD")
-                                           << false << "\"c\"|2|1|2";
     QTest::newRow("CRLF") << QByteArray("1;200;Pump1;WORD\r\n1;100;Valve;LOGIC\r\n") << false
                           << "Pump1|200|1|2; Valve|100|16|1";
     QTest::newRow("duplicates kept") << QByteArray("1;1;A;WORD\n1;1;A;WORD") << false
@@ -132,7 +131,17 @@ void tst_CsvImport::untouchedMembers()
 
 void tst_CsvImport::unopenable()
 {
+    // A folder, a pipe without a writer, a device without end, a file over the size limit: none
+    // is read (nor waited for).
     QVERIFY(!TgchFileProcessor::loadTagsFromCSV(m_dir.path(), true));
+    const QString pipe = m_dir.filePath("pipe.csv");
+    QCOMPARE(::mkfifo(QFile::encodeName(pipe).constData(), 0600), 0);
+    QVERIFY(!TgchFileProcessor::loadTagsFromCSV(pipe, true));
+    QVERIFY(!TgchFileProcessor::loadTagsFromCSV(QStringLiteral("/dev/zero"), true));
+    QFile huge(m_dir.filePath("huge.csv"));
+    QVERIFY(huge.open(QIODevice::WriteOnly) && huge.resize(FileAccess::MaxFileSize + 1));
+    QVERIFY(!TgchFileProcessor::loadTagsFromCSV(huge.fileName(), true));
+    huge.remove();
     // A file that cannot be opened leaves the skipped-line list as it was.
     QList<CsvSkippedLine_t> lines;
     lines.append(CsvSkippedLine_t{1, 2, QStringLiteral("before")});
@@ -144,22 +153,42 @@ void tst_CsvImport::unopenable()
 void tst_CsvImport::skippedLines_data()
 {
     QTest::addColumn<QByteArray>("csv");
-    QTest::addColumn<QStringList>("skipped");    // "line:fields:text"
+    QTest::addColumn<QStringList>("skipped");    // "line:fields:problem:text"
     QTest::addColumn<QString>("tags");
 
     QTest::newRow("no final line feed") << QByteArray("1;2;A;WORD") << QStringList() << "A|2|1|2";
     QTest::newRow("empty file") << QByteArray() << QStringList() << "";
-    QTest::newRow("one line feed: one empty line") << QByteArray("\n") << QStringList{"1:1:"} << "";
+    QTest::newRow("one line feed: one empty line")
+        << QByteArray("\n") << QStringList{"1:1:F:"} << "";
     QTest::newRow("title, short and long lines")
         << QByteArray("Tag list\n1;2;A;WORD\n1;3;Short\n1;4;Long;WORD;x\n1;5;B;FLOAT\n")
-        << QStringList{"1:1:Tag list", "3:3:1;3;Short", "4:5:1;4;Long;WORD;x"} << "A|2|1|2; B|5|6|4";
+        << QStringList{"1:1:F:Tag list", "3:3:F:1;3;Short", "4:5:F:1;4;Long;WORD;x"}
+        << "A|2|1|2; B|5|6|4";
     QTest::newRow("empty lines inside and at the end")
-        << QByteArray("\n1;2;A;WORD\n\n\n") << QStringList{"1:1:", "3:1:", "4:1:"} << "A|2|1|2";
+        << QByteArray("\n1;2;A;WORD\n\n\n") << QStringList{"1:1:F:", "3:1:F:", "4:1:F:"}
+        << "A|2|1|2";
     QTest::newRow("CR LF: the CR is not part of the text")
         << QByteArray("bad line\r\n1;2;A;WORD\r\n\r\n")
-        << QStringList{"1:1:bad line", "3:1:"} << "A|2|1|2";
+        << QStringList{"1:1:F:bad line", "3:1:F:"} << "A|2|1|2";
     QTest::newRow("CR alone is no line end")
-        << QByteArray("1;2;A;WORD\r1;3;B;WORD\n") << QStringList{"1:7:1;2;A;WORD\r1;3;B;WORD"} << "";
+        << QByteArray("1;2;A;WORD\r1;3;B;WORD\n") << QStringList{"1:7:F:1;2;A;WORD\r1;3;B;WORD"}
+        << "";
+    // Lines imported although they look wrong: the tags are those of any other line.
+    QTest::newRow("header row, after a title")
+        << QByteArray("PLC 1\nNr;Address;Name;Type\n1;5;T;WORD\nNr;Address;Name;Type\n")
+        << QStringList{"1:1:F:PLC 1", "2:4:H:Nr;Address;Name;Type", "2:4:T:Nr;Address;Name;Type",
+                       "4:4:T:Nr;Address;Name;Type"}
+        << "Name|Address|2|4; T|5|1|2; Name|Address|2|4";
+    QTest::newRow("unknown type with an address: no header")
+        << QByteArray("1;400;Flag;BOOL\n") << QStringList{"1:4:T:1;400;Flag;BOOL"}
+        << "Flag|400|2|4";
+    QTest::newRow("empty name and address") << QByteArray("1; ;;WORD\n")
+        << QStringList{"1:4:N:1; ;;WORD", "1:4:A:1; ;;WORD"} << "| |1|2";
+    QTest::newRow("quotes are plain text")
+        << QByteArray("1;\"2\";\"a;b\";WORD\n1;2; \"c\";WORD")
+        << QStringList{"1:5:F:1;\"2\";\"a;b\";WORD", "1:5:Q:1;\"2\";\"a;b\";WORD",
+                       "2:4:Q:1;2; \"c\";WORD"}
+        << " \"c\"|2|1|2";
 }
 
 void tst_CsvImport::skippedLines()
@@ -176,8 +205,10 @@ void tst_CsvImport::skippedLines()
     QVERIFY(tree);
     QCOMPARE(lines.takeFirst().lineNumber, 99);
     QStringList got;
-    for (const CsvSkippedLine_t &l : lines)
-        got << QStringLiteral("%1:%2:%3").arg(l.lineNumber).arg(l.fieldCount).arg(l.text);
+    for (const CsvSkippedLine_t &l : lines) {
+        got << QStringLiteral("%1:%2:%3:%4").arg(l.lineNumber).arg(l.fieldCount)
+                   .arg(QChar::fromLatin1("FHNATQ"[l.problem])).arg(l.text);
+    }
     QCOMPARE(got, skipped);
     QCOMPARE(tagSummary(tree.data()), tags);
 

@@ -1,41 +1,49 @@
-// Saves that never lose a file: every writer against a real full disk (a file size limit in a
-// child process, this program run with --child) and a folder that cannot take new files, and
-// the definition watcher following files replaced by a save.
+// Saves that never lose a file: every writer (this program run with --child saves) against a
+// folder that cannot take new files, a read-only file, a full disk (a small tmpfs where one can
+// be mounted, else a file size limit), a size limit at the last byte and a writer killed
+// midway; and the definition watcher following files replaced by a save.
+#include "serviceTestSupport.h"
+
+#include <fileAccess.h>
 #include <scaFileProcessor.h>
 #include <scadaEngine.h>
 #include <tagChFileWatcher.h>
 #include <tgchFileProcessor.h>
 
-#include <QCoreApplication>
+#include <QCryptographicHash>
 #include <QFileSystemWatcher>
-#include <QProcess>
 #include <QSignalSpy>
 #include <QStandardItemModel>
 #include <QTemporaryDir>
-#include <QtTest>
 
 #include <csignal>
 
 #include <grp.h>
 #include <pwd.h>
+#include <sys/mount.h>
 #include <sys/resource.h>
 #include <sys/stat.h>
+#include <sys/statvfs.h>
 #include <unistd.h>
 
 namespace {
 
 // How a child's save ended.
 enum ChildExit {
-    Crashed = -1,       // the child did not end normally
+    Crashed = -1,       // the child did not end normally (killed by the size limit's signal)
     SaveFailed = 0,     // the writer returned false
     Saved = 1,          // the writer returned true
     SetupFailed = 2,    // the limit or the user could not be set
-    CannotReach = 3,    // as the unprivileged user, the file is out of reach
+    CannotReach = 3,    // as the unprivileged user, the folder is out of reach
 };
 
-// Every writer saves to the object library's file name, in a folder named as the user library
-// folder under the child's HOME.
-const char TargetName[] = "userlib.xml";
+// The writers save to the user library file <HOME>/Parvane/userlib.xml, the image copy to the
+// user image folder; both come from the engine's own paths.
+QString targetOf(const QString &writer, const QString &home)
+{
+    return writer == QLatin1String("image") ? home + QLatin1String("/Parvane/images/source.png")
+                                            : home + QLatin1String("/Parvane/userlib.xml");
+}
 
 // Saves content large enough to span several writes with `writer` to path.
 bool save(const QString &writer, const QString &path)
@@ -82,7 +90,17 @@ bool save(const QString &writer, const QString &path)
         }
         return TgchFileProcessor::writeToFile(&models[0], &models[1], path);
     }
-    // The user library: the engine writes <HOME>/Parvane/userlib.xml, which is path.
+    if (writer == QLatin1String("image")) {
+        // The image source lives beside the home folder; the copy's outcome shows in the file.
+        const QString source = QFileInfo(path).absolutePath() + QLatin1String("/../../source.png");
+        auto *object = new ScadaLibObject;
+        object->images << source;
+        BoxCloser closer;
+        ScadaEngine::instance()->addUserObject(object);
+        QFile in(source), out(path);
+        return in.open(QIODevice::ReadOnly) && out.open(QIODevice::ReadOnly)
+               && in.readAll() == out.readAll();
+    }
     QList<ScadaLibObject *> objects;
     for (int i = 0; i < 2000; ++i) {
         auto *object = new ScadaLibObject;
@@ -107,44 +125,59 @@ bool dropRootPrivileges()
     return setgroups(0, nullptr) == 0 && setgid(gid) == 0 && setuid(uid) == 0 && geteuid() == uid;
 }
 
-// --child <writer> <folder> <file size limit, 0 for none> <drop root: 0 or 1>
+// --child <writer> <size limit, 0 for none> <killed at the limit: 0 or 1> <drop root: 0 or 1>
+// Prints why a failed save failed.
 int runChild(const QStringList &args)
 {
     if (args.size() != 4)
         return SetupFailed;
-    const QString path = args.at(1) + QLatin1Char('/') + QLatin1String(TargetName);
+    const QString path = targetOf(args.at(0), QDir::homePath());
     if (args.at(3) == QLatin1String("1")) {
         if (!dropRootPrivileges())
             return SetupFailed;
-        if (access(QFile::encodeName(path).constData(), W_OK) != 0)
+        if (access(QFile::encodeName(QFileInfo(path).path()).constData(), X_OK) != 0)
             return CannotReach;
     }
-    if (const rlim_t limit = args.at(2).toULongLong()) {
-        // Writing past the limit then fails with EFBIG instead of killing the process.
-        std::signal(SIGXFSZ, SIG_IGN);
+    if (const rlim_t limit = args.at(1).toULongLong()) {
+        // Ignored, writing past the limit fails with EFBIG; else the signal kills the writer.
+        const rlimit none = {0, 0};
+        setrlimit(RLIMIT_CORE, &none);
+        std::signal(SIGXFSZ, args.at(2) == QLatin1String("1") ? SIG_DFL : SIG_IGN);
         const rlimit fileSize = {limit, limit};
         if (setrlimit(RLIMIT_FSIZE, &fileSize) != 0)
             return SetupFailed;
     }
-    return save(args.at(0), path) ? Saved : SaveFailed;
+    // Saved by its bare name from within its folder, so that the page's "fileName" and with it
+    // the content are the same in every home folder.
+    QDir::setCurrent(QFileInfo(path).path());
+    const bool saved = save(args.at(0), QFileInfo(path).fileName());
+    QTextStream(stdout) << FileAccess::lastSaveError();
+    return saved ? Saved : SaveFailed;
 }
 
 // ---- Test side -------------------------------------------------------------------------------
 
 const QByteArray OldContent = QByteArray("the file as it was before the save\n").repeated(40);
 
-int runSave(const QString &writer, const QString &folder, qint64 limit, bool dropRoot)
+struct Run
+{
+    int exit = Crashed;
+    QString reason;
+};
+
+Run runSave(const QString &writer, const QString &home, qint64 limit, bool killed, bool dropRoot)
 {
     QProcess child;
     QProcessEnvironment env = QProcessEnvironment::systemEnvironment();
-    env.insert(QStringLiteral("HOME"), QFileInfo(folder).path());
+    env.insert(QStringLiteral("HOME"), home);
     child.setProcessEnvironment(env);
     child.setProcessChannelMode(QProcess::ForwardedErrorChannel);
     child.start(QCoreApplication::applicationFilePath(),
-                {QStringLiteral("--child"), writer, folder, QString::number(limit),
-                 QString::number(int(dropRoot))});
+                {QStringLiteral("--child"), writer, QString::number(limit),
+                 QString::number(int(killed)), QString::number(int(dropRoot))});
     const bool ended = child.waitForFinished(240000) && child.exitStatus() == QProcess::NormalExit;
-    return ended ? child.exitCode() : int(Crashed);
+    return {ended ? child.exitCode() : int(Crashed),
+            QString::fromUtf8(child.readAllStandardOutput())};
 }
 
 QByteArray contents(const QString &path)
@@ -153,23 +186,57 @@ QByteArray contents(const QString &path)
     return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray("(unreadable)");
 }
 
-// A folder named as the user library folder inside a temporary folder that other users may
-// pass through, so that a child without root's privileges reaches it.
-struct SaveFolder
+QByteArray hash(const QByteArray &bytes)
 {
-    SaveFolder() { chmod(QFile::encodeName(base.path()).constData(), 0755); QDir().mkpath(path); }
-    ~SaveFolder() { setWritable(true); }
-    // Not writable: a folder nobody may add files to around a file everybody may write.
-    void setWritable(bool writable)
+    return QCryptographicHash::hash(bytes, QCryptographicHash::Sha256).toHex();
+}
+
+void setMode(const QString &path, mode_t mode)
+{
+    chmod(QFile::encodeName(path).constData(), mode);
+}
+
+// A home folder that other users may pass through, so that a child without root's privileges
+// reaches it; on a small tmpfs of its own where asked and allowed.
+struct Home
+{
+    explicit Home(bool ownFileSystem)
     {
-        chmod(QFile::encodeName(path).constData(), writable ? 0755 : 0555);
-        if (!writable)
-            chmod(QFile::encodeName(target).constData(), 0666);
+        mounted = ownFileSystem && geteuid() == 0
+                  && mount("tirrel-test", QFile::encodeName(base.path()).constData(), "tmpfs", 0,
+                           "size=8m") == 0;
+        setMode(base.path(), 0755);
+        QDir().mkpath(base.path() + QLatin1String("/Parvane/images"));
+    }
+    ~Home()
+    {
+        if (mounted)
+            umount2(QFile::encodeName(base.path()).constData(), MNT_DETACH);
+    }
+    // Leaves about `bytes` free on the tmpfs.
+    bool fill(qint64 bytes)
+    {
+        struct statvfs fs;
+        if (statvfs(QFile::encodeName(base.path()).constData(), &fs) != 0)
+            return false;
+        QFile filler(base.path() + QLatin1String("/filler"));
+        const qint64 size = qint64(fs.f_bavail) * qint64(fs.f_frsize) - bytes;
+        return filler.open(QIODevice::WriteOnly)
+               && filler.write(QByteArray(int(size), 'x')) == size && filler.flush();
     }
     QTemporaryDir base;
-    const QString path = base.path() + QLatin1String("/Parvane");
-    const QString target = path + QLatin1Char('/') + QLatin1String(TargetName);
+    bool mounted = false;
 };
+
+// Gives the folder and the file to the user nobody, for a child that runs as that user.
+void giveToNobody(const QString &folder, const QString &file)
+{
+    const passwd *nobody = getpwnam("nobody");
+    for (const QString &path : {folder, file}) {
+        if (nobody)
+            (void)chown(QFile::encodeName(path).constData(), nobody->pw_uid, nobody->pw_gid);
+    }
+}
 
 } // namespace
 
@@ -178,68 +245,131 @@ class tst_SafeSave : public QObject
     Q_OBJECT
 
 private slots:
-    void failedSave_data();
-    void failedSave();
+    void save_data();
+    void save();
     void watcherFollowsSafeSaves();
 };
 
-enum Limit { NoLimit, Midway, LastBytes };
+enum Condition { UnwritableFolder, UnwritableFolderSameContent, ReadOnlyFile, DiskFull, LastByte,
+                 Killed, KeepsModeAndOwner };
 
-void tst_SafeSave::failedSave_data()
+void tst_SafeSave::save_data()
 {
     QTest::addColumn<QString>("writer");
-    QTest::addColumn<int>("limit");
-    QTest::addColumn<bool>("unwritable");
-    for (const char *writer : {"page", "definitions", "export", "library"}) {
-        const auto row = [writer](const char *name) -> QTestData & {
-            return QTest::newRow(QByteArray(writer).append(name).constData())
-                    << QString::fromLatin1(writer);
+    QTest::addColumn<int>("condition");
+    for (const char *writer : {"page", "definitions", "export", "library", "image"}) {
+        const auto row = [writer](const char *name, Condition condition) {
+            QTest::newRow(QByteArray(writer).append(name).constData())
+                    << QString::fromLatin1(writer) << int(condition);
         };
-        row(" disk full midway") << int(Midway) << false;
-        // The disk fills up with the very last bytes, which sit in a buffer until the end.
-        row(" disk full last bytes") << int(LastBytes) << false;
-        row(" unwritable folder") << int(NoLimit) << true;
-        row(" unwritable folder disk full") << int(Midway) << true;
+        row(" unwritable folder", UnwritableFolder);
+        row(" unwritable folder, same content", UnwritableFolderSameContent);
+        row(" read-only file", ReadOnlyFile);
+        row(" disk full", DiskFull);
+        // The limit falls on the very last byte, which sits in a buffer until the end.
+        row(" size limit at the last byte", LastByte);
+        row(" killed midway", Killed);
+        row(" keeps mode and owner", KeepsModeAndOwner);
     }
 }
 
-void tst_SafeSave::failedSave()
+void tst_SafeSave::save()
 {
     QFETCH(QString, writer);
-    QFETCH(int, limit);
-    QFETCH(bool, unwritable);
-    SaveFolder folder;
-    QVERIFY(folder.base.isValid() && QFileInfo(folder.path).isDir());
-    QCOMPARE(runSave(writer, folder.path, 0, false), int(Saved));
-    const QByteArray reference = contents(folder.target);
+    QFETCH(int, condition);
+    Home home(condition == DiskFull);
+    QVERIFY(home.base.isValid());
+    const QString target = targetOf(writer, home.base.path());
+    const QString folder = QFileInfo(target).path();
+    const auto writeSource = [](const Home &h) {
+        QFile source(h.base.filePath(QStringLiteral("source.png")));
+        return source.open(QIODevice::WriteOnly)
+               && source.write(QByteArray("\x89PNG image bytes ").repeated(20000)) > 0;
+    };
+    if (writer == QLatin1String("image"))
+        QVERIFY(writeSource(home));
+    // What each writer saves, the same in every home folder: made once.
+    static QHash<QString, QByteArray> references;
+    if (!references.contains(writer)) {
+        Home scratch(false);
+        QVERIFY(writer != QLatin1String("image") || writeSource(scratch));
+        QCOMPARE(runSave(writer, scratch.base.path(), 0, false, false).exit, int(Saved));
+        references.insert(writer, contents(targetOf(writer, scratch.base.path())));
+    }
+    const QByteArray reference = references.value(writer);
     QVERIFY2(reference.size() > 256 * 1024, "the content is meant to span several writes");
 
-    QFile old(folder.target);
-    QVERIFY(old.open(QIODevice::WriteOnly | QIODevice::Truncate));
-    QCOMPARE(old.write(OldContent), qint64(OldContent.size()));
-    old.close();
-    folder.setWritable(!unwritable);
-    // Root passes any permission bits; the child then saves as the user nobody.
-    const qint64 bytes = limit == NoLimit ? 0 : limit == Midway ? 64 * 1024 : reference.size() - 1;
-    const int exit = runSave(writer, folder.path, bytes, unwritable && geteuid() == 0);
-    folder.setWritable(true);
-    if (exit == SetupFailed && unwritable)
+    const QByteArray old = condition == UnwritableFolderSameContent ? reference : OldContent;
+    QFile::remove(target);
+    QFile oldFile(target);
+    QVERIFY(oldFile.open(QIODevice::WriteOnly));
+    QCOMPARE(oldFile.write(old), qint64(old.size()));
+    oldFile.close();
+
+    // Root passes any permission bits: such a child saves as the user nobody.
+    const bool asNobody = geteuid() == 0
+            && (condition == UnwritableFolder || condition == UnwritableFolderSameContent
+                || condition == ReadOnlyFile);
+    if (asNobody)
+        giveToNobody(folder, target);
+    if (condition == UnwritableFolder || condition == UnwritableFolderSameContent)
+        setMode(folder, 0555);
+    setMode(target, condition == ReadOnlyFile       ? 0444
+                    : condition == KeepsModeAndOwner ? 0640
+                                                     : 0666);
+    if (condition == KeepsModeAndOwner && geteuid() == 0)
+        giveToNobody(target, target);
+    if (home.mounted)
+        QVERIFY(home.fill(64 * 1024));
+    struct stat before;
+    QCOMPARE(stat(QFile::encodeName(target).constData(), &before), 0);
+    const bool midway = condition == Killed || (condition == DiskFull && !home.mounted);
+    const qint64 limit = condition == LastByte ? reference.size() - 1 : midway ? 64 * 1024 : 0;
+    const Run run = runSave(writer, home.base.path(), limit, condition == Killed, asNobody);
+    setMode(folder, 0755);
+    if (run.exit == SetupFailed && asNobody)
         QSKIP("running as root, and root's privileges cannot be dropped to obey permission bits");
-    if (exit == CannotReach)
+    if (run.exit == CannotReach)
         QSKIP("the user nobody cannot reach the temporary folder");
 
-    // No file is left beside the target (the engine's images folder is not a file).
-    QCOMPARE(QDir(folder.path).entryList(QDir::Files | QDir::Hidden | QDir::System),
-             QStringList{QLatin1String(TargetName)});
-    if (unwritable && limit == NoLimit) {
-        QCOMPARE(exit, int(Saved));
-        QCOMPARE(contents(folder.target), reference);
+    struct stat after;
+    QCOMPARE(stat(QFile::encodeName(target).constData(), &after), 0);
+    const bool replaced = condition == KeepsModeAndOwner
+            || (condition == ReadOnlyFile && writer == QLatin1String("image"));
+    const bool untouched = condition == UnwritableFolderSameContent;
+    if (replaced || untouched) {
+        QCOMPARE(run.exit, int(Saved));
+        QCOMPARE(hash(contents(target)), hash(reference));
+        QCOMPARE(after.st_ino == before.st_ino, untouched);
+        if (untouched)
+            QCOMPARE(after.st_mtim.tv_nsec, before.st_mtim.tv_nsec);
+        // An image copy takes the source's permissions, as a plain copy does.
+        struct stat expected = before;
+        if (writer == QLatin1String("image") && !untouched)
+            QCOMPARE(stat(QFile::encodeName(home.base.filePath("source.png")), &expected), 0);
+        QCOMPARE(after.st_mode & 07777, expected.st_mode & 07777);
+        if (writer != QLatin1String("image")) {
+            QCOMPARE(after.st_uid, before.st_uid);
+            QCOMPARE(after.st_gid, before.st_gid);
+        }
     } else {
-        // Written in place into an unwritable folder, the file cannot stay as it was; it must
-        // still be there, and the failure must be reported.
-        QCOMPARE(exit, int(SaveFailed));
-        if (!unwritable)
-            QCOMPARE(contents(folder.target), OldContent);
+        QCOMPARE(run.exit, condition == Killed ? int(Crashed) : int(SaveFailed));
+        QCOMPARE(hash(contents(target)), hash(OldContent));
+        QCOMPARE(after.st_ino, before.st_ino);
+        // Why it failed, in words (the image copy has no result of its own to tell it by).
+        const char *reason = condition == UnwritableFolder ? "is not writable"
+                             : condition == ReadOnlyFile ? "cannot be written (Permission denied)"
+                             : condition == DiskFull && home.mounted ? "the disk is full"
+                             : condition == Killed ? "" : "the file size limit";
+        if (writer != QLatin1String("image"))
+            QVERIFY2(run.reason.contains(QLatin1String(reason)), qPrintable(run.reason));
+    }
+    // No file is left beside the target but by a writer that was killed.
+    if (condition != Killed) {
+        QStringList beside = QDir(folder).entryList(QDir::Files | QDir::Hidden | QDir::System);
+        beside.removeOne(QLatin1String("userlib.xml"));
+        beside.removeOne(QLatin1String("source.png"));
+        QCOMPARE(beside, QStringList());
     }
 }
 
@@ -283,9 +413,16 @@ void tst_SafeSave::watcherFollowsSafeSaves()
 
 int main(int argc, char **argv)
 {
+    if (argc > 2 && qstrcmp(argv[1], "--child") == 0) {
+        // The image copy runs within addUserObject, whose confirmation is a message box.
+        if (qEnvironmentVariableIsEmpty("QT_QPA_PLATFORM"))
+            qputenv("QT_QPA_PLATFORM", "offscreen");
+        QScopedPointer<QCoreApplication> app(qstrcmp(argv[2], "image") == 0
+                                                 ? new QApplication(argc, argv)
+                                                 : new QCoreApplication(argc, argv));
+        return runChild(app->arguments().mid(2));
+    }
     QCoreApplication app(argc, argv);
-    if (argc > 1 && qstrcmp(argv[1], "--child") == 0)
-        return runChild(app.arguments().mid(2));
     tst_SafeSave test;
     QTEST_SET_MAIN_SOURCE_PATH
     return QTest::qExec(&test, argc, argv);

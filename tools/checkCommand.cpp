@@ -13,7 +13,11 @@
 #include <QSet>
 
 #include <algorithm>
+#include <cerrno>
 #include <vector>
+
+#include <dirent.h>
+#include <sys/stat.h>
 
 using namespace cli;
 
@@ -31,6 +35,9 @@ const QString MissingChannel = QStringLiteral("missing-channel");
 const QString DuplicateTagName = QStringLiteral("duplicate-tag-name");
 const QString DuplicateTagId = QStringLiteral("duplicate-tag-id");
 const QString AlarmUndefinedTag = QStringLiteral("alarm-undefined-tag");
+const QString EmptyTagName = QStringLiteral("empty-tag-name");
+const QString EmptyTagAddress = QStringLiteral("empty-tag-address");
+const QString FileName = QStringLiteral("file-name");
 
 const int NoPageId = -1;
 const int NoChannelId = -1;
@@ -52,6 +59,15 @@ struct NotChecked
 {
     QString file;
     QString reason;
+    bool incomplete = false;    // a file the check could not read, not one of another kind
+};
+
+// A file or folder found in the project folder: its path as the file system holds it, and as
+// text relative to the project folder.
+struct Entry
+{
+    QByteArray native;
+    QString shown;
 };
 
 struct DefinitionFile
@@ -117,7 +133,7 @@ QString quote(const QString &text)
 class ProjectCheck
 {
 public:
-    explicit ProjectCheck(const QString &root) : m_root(QFileInfo(root).absoluteFilePath()) {}
+    explicit ProjectCheck(const QString &root) : m_root(QFile::encodeName(root)) {}
     ~ProjectCheck() { m_pages.selfDestruct(); }
 
     void scan();
@@ -125,21 +141,25 @@ public:
     void checkPages();
 
     int status() const;
+    bool complete() const { return !m_incomplete && !noProjectFiles(); }
     void printText(const QString &shownRoot) const;
     QJsonObject json(const QString &shownRoot) const;
 
 private:
-    void walk(const QDir &dir);
-    void scanFile(const QFileInfo &file);
+    void walk(const QByteArray &native, const QString &shown);
+    void scanFile(const Entry &entry);
     void add(Finding f) { m_findings.append(std::move(f)); }
-    QString relative(const QString &path) const
+    // A file that could not be checked: the check is incomplete.
+    void notChecked(const QString &file, const QString &reason)
     {
-        return m_root.relativeFilePath(QFileInfo(path).absoluteFilePath());
+        m_notChecked.append({file, reason, true});
+        m_incomplete = true;
     }
+    bool noProjectFiles() const { return m_pages.pages.isEmpty() && m_definitions.empty(); }
     QSet<int> definedTagIds() const;
 
-    QDir m_root;
-    QList<QFileInfo> m_files;
+    QByteArray m_root;
+    std::vector<Entry> m_files;
     QList<Finding> m_findings;
     QList<NotChecked> m_notChecked;
     QStringList m_notes;
@@ -150,129 +170,147 @@ private:
 
 // ---- Reading the folder -------------------------------------------------------------------------
 
-void ProjectCheck::walk(const QDir &dir)
+// The folder is read with the names' own bytes, so that a name that is not valid text is
+// visited (and reported) like any other.
+void ProjectCheck::walk(const QByteArray &native, const QString &shown)
 {
-    // Hidden entries (".git" and the like) are no part of a project.
-    const QFileInfoList entries = dir.entryInfoList(
-        QDir::AllEntries | QDir::System | QDir::NoDotAndDotDot, QDir::Name | QDir::DirsLast);
-    for (const QFileInfo &entry : entries) {
-        if (entry.isSymLink() && entry.isDir()) {
-            m_notChecked.append({relative(entry.filePath()),
-                                 QStringLiteral("link to a folder, not followed")});
-        } else if (entry.isDir()) {
-            if (!entry.isReadable() || !entry.isExecutable()) {
-                Finding f;
-                f.check = Unreadable;
-                f.file = relative(entry.filePath());
-                f.message = QStringLiteral("folder cannot be read");
-                add(f);
-                m_incomplete = true;
-                continue;
-            }
-            walk(QDir(entry.filePath()));
-        } else {
-            m_files.append(entry);
-        }
-    }
-}
-
-void ProjectCheck::scanFile(const QFileInfo &file)
-{
-    const QString rel = relative(file.filePath());
-    if (file.isSymLink() && !file.exists()) {
-        m_notChecked.append({rel, QStringLiteral("broken symbolic link")});
-        return;
-    }
-    if (!file.isFile()) {
-        m_notChecked.append({rel, QStringLiteral("not a regular file")});
-        return;
-    }
-    const ProjectFileInfo_t info = ProjectFileProbe::probeFile(file.filePath());
-    // Content decides what a file is; the name only tells that a file meant to be XML is broken.
-    const bool xmlName = file.suffix().compare(QLatin1String("xml"), Qt::CaseInsensitive) == 0;
-    Finding f;
-    f.file = rel;
-    switch (info.kind) {
-    case ProjectFileInfo_t::Unreadable:
+    DIR *dir = ::opendir(native.constData());
+    if (!dir) {
+        Finding f;
         f.check = Unreadable;
-        f.message = QStringLiteral("cannot be read: ") + info.errorMessage;
+        f.file = shown;
+        f.message = QStringLiteral("folder cannot be read: ") + qt_error_string(errno);
         add(f);
         m_incomplete = true;
         return;
-    case ProjectFileInfo_t::TooLarge:
-        m_notChecked.append({rel, info.errorMessage + QStringLiteral(", not read")});
-        return;
-    case ProjectFileInfo_t::Empty:
-        if (!xmlName) {
-            m_notChecked.append({rel, QStringLiteral("empty file")});
-            return;
+    }
+    QList<QByteArray> names;
+    while (const dirent *e = ::readdir(dir)) {
+        const QByteArray name(e->d_name);
+        // Hidden entries (".git" and the like) are no part of a project.
+        if (!name.startsWith('.'))
+            names << name;
+    }
+    ::closedir(dir);
+    std::sort(names.begin(), names.end());
+
+    std::vector<Entry> folders;
+    for (const QByteArray &name : qAsConst(names)) {
+        const QString text = nameText(name);
+        const Entry entry{native + '/' + name,
+                          shown.isEmpty() ? text : shown + QLatin1Char('/') + text};
+        struct stat st;
+        const bool isLink = ::lstat(entry.native.constData(), &st) == 0 && S_ISLNK(st.st_mode);
+        const bool isDir = ::stat(entry.native.constData(), &st) == 0 && S_ISDIR(st.st_mode);
+        if (isLink && isDir)
+            notChecked(entry.shown, QStringLiteral("link to a folder, not followed"));
+        else if (isDir)
+            folders.push_back(entry);
+        else
+            m_files.push_back(entry);
+        if (!isValidUtf8(name)) {
+            Finding f;
+            f.check = FileName;
+            f.file = entry.shown;
+            f.message = QStringLiteral("the name is not valid UTF-8 (its other bytes are shown "
+                                       "as \\xNN), so the editor cannot open it by that name");
+            add(f);
         }
-        f.check = Malformed;
-        f.message = QStringLiteral("is empty, not a well-formed XML document");
-        add(f);
+    }
+    for (const Entry &folder : folders)
+        walk(folder.native, folder.shown);
+}
+
+void ProjectCheck::scanFile(const Entry &entry)
+{
+    const QString &rel = entry.shown;
+    struct stat st;
+    if (::lstat(entry.native.constData(), &st) == 0 && S_ISLNK(st.st_mode)
+            && ::stat(entry.native.constData(), &st) != 0 && errno == ENOENT) {
+        notChecked(rel, QStringLiteral("broken symbolic link"));
         return;
-    case ProjectFileInfo_t::NotXml:
-        if (!xmlName) {
-            m_notChecked.append({rel, QStringLiteral("not XML")});
-            return;
+    }
+    InputFile input;
+    QString why;
+    if (!readInput(entry.native, &input, &why)) {
+        if (input.info.kind == ProjectFileInfo_t::TooLarge) {
+            notChecked(rel, input.info.errorMessage + QStringLiteral(", not read"));
+        } else if (::stat(entry.native.constData(), &st) == 0 && !S_ISREG(st.st_mode)) {
+            notChecked(rel, input.info.errorMessage);
+        } else {
+            Finding f;
+            f.check = Unreadable;
+            f.file = rel;
+            f.message = why;
+            add(f);
+            m_incomplete = true;
         }
-        Q_FALLTHROUGH();
-    case ProjectFileInfo_t::Malformed:
+        return;
+    }
+    // Content decides what a file is; the name only tells that a file meant to be XML is broken.
+    const bool xmlName = rel.endsWith(QLatin1String(".xml"), Qt::CaseInsensitive);
+    const auto malformed = [&](const ProjectFileInfo_t &info) {
+        Finding f;
         f.check = Malformed;
+        f.file = rel;
         f.line = info.errorLine;
         f.column = info.errorColumn;
-        f.message = QStringLiteral("is not well-formed XML: ");
-        if (info.errorLine > 0)
-            f.message += QStringLiteral("line %1, column %2: ")
-                             .arg(info.errorLine)
-                             .arg(info.errorColumn);
-        f.message += info.errorMessage;
+        if (info.kind == ProjectFileInfo_t::Empty) {
+            f.message = QStringLiteral("is empty, not a well-formed XML document");
+        } else {
+            f.message = QStringLiteral("is not well-formed XML: ");
+            if (info.errorLine > 0)
+                f.message += QStringLiteral("line %1, column %2: ")
+                                 .arg(info.errorLine)
+                                 .arg(info.errorColumn);
+            f.message += info.errorMessage;
+        }
         add(f);
-        return;
+    };
+    switch (input.info.kind) {
+    case ProjectFileInfo_t::Unreadable:
+    case ProjectFileInfo_t::TooLarge:
+        break;
+    case ProjectFileInfo_t::Empty:
+    case ProjectFileInfo_t::NotXml:
+        if (xmlName)
+            malformed(input.info);
+        else
+            m_notChecked.append({rel, input.info.kind == ProjectFileInfo_t::Empty
+                                          ? QStringLiteral("empty file")
+                                          : QStringLiteral("not XML")});
+        break;
+    case ProjectFileInfo_t::Malformed:
+        malformed(input.info);
+        break;
     case ProjectFileInfo_t::ObjectLibraryFile:
         m_notChecked.append({rel, QStringLiteral("object library file")});
-        return;
+        break;
     case ProjectFileInfo_t::OtherXml:
         m_notChecked.append({rel, QStringLiteral("XML with the root element <%1>")
-                                      .arg(info.rootElement)});
-        return;
-    case ProjectFileInfo_t::PageFile: {
-        QByteArray data;
-        QString why;
-        ScaFileData *page = nullptr;
-        if (readWholeFile(file.filePath(), &data, &why))
-            page = ScaFileProcessor::loadFileData(data, rel);
-        if (!page) {
-            f.check = Unreadable;
-            f.message = QStringLiteral("changed or vanished while it was read");
-            add(f);
-            m_incomplete = true;
-            return;
-        }
-        m_pages.pages.insert(rel, page);
-        return;
-    }
-    case ProjectFileInfo_t::DefinitionFile: {
-        TreePtr tree(TgchFileProcessor::loadFileData(file.filePath()));
-        if (!tree) {
-            f.check = Unreadable;
-            f.message = QStringLiteral("vanished while it was read");
-            add(f);
-            m_incomplete = true;
-            return;
-        }
-        m_definitions.push_back({rel, std::move(tree)});
-        return;
-    }
+                                      .arg(input.info.rootElement)});
+        break;
+    case ProjectFileInfo_t::PageFile:
+        if (PagePtr page = loadPage(&input, rel, &why))
+            m_pages.pages.insert(rel, page.release());
+        else
+            malformed(input.info);
+        break;
+    case ProjectFileInfo_t::DefinitionFile:
+        if (TreePtr tree = loadDefinitions(&input, &why))
+            m_definitions.push_back({rel, std::move(tree)});
+        else
+            malformed(input.info);
+        break;
     }
 }
 
 void ProjectCheck::scan()
 {
-    walk(m_root);
-    Progress progress(QStringLiteral("checking"), m_files.size());
-    for (const QFileInfo &file : qAsConst(m_files)) {
-        progress.step(relative(file.filePath()));
+    walk(m_root, QString());
+    Progress progress(QStringLiteral("checking"), int(m_files.size()));
+    for (const Entry &file : m_files) {
+        progress.step(file.shown);
         scanFile(file);
     }
 }
@@ -304,9 +342,24 @@ void ProjectCheck::checkDefinitions()
             channelIds.insert(c->Id);
         }
         for (const pEtiketDef_t *t : d.tree->TagList) {
-            const QString tag = QStringLiteral("tag %1 (id %2)").arg(quote(t->Name)).arg(t->Id);
+            const QString tag =
+                QStringLiteral("tag %1 (id %2)").arg(quote(t->Name), QString::number(t->Id));
             names.add(t->Name, {d.file, QStringLiteral("id %1").arg(t->Id)});
             ids.add(t->Id, {d.file, quote(t->Name)});
+            for (const auto &field : {qMakePair(&EmptyTagName, t->Name.trimmed().isEmpty()),
+                                      qMakePair(&EmptyTagAddress,
+                                                t->VariableAddress.trimmed().isEmpty())}) {
+                if (!field.second)
+                    continue;
+                Finding f;
+                f.check = *field.first;
+                f.file = d.file;
+                f.item = tag;
+                f.message = QStringLiteral("%1 has an empty %2")
+                                .arg(tag, field.first == &EmptyTagName ? QStringLiteral("name")
+                                                                       : QStringLiteral("address"));
+                add(f);
+            }
 
             const bool badName = !t->KanalName.isEmpty() && !channelNames.contains(t->KanalName);
             const bool badId = t->Kanal_Id != NoChannelId && !channelIds.contains(t->Kanal_Id);
@@ -314,8 +367,7 @@ void ProjectCheck::checkDefinitions()
                 QString channel;
                 if (badName && badId)
                     channel = QStringLiteral("channel %1 (id %2)")
-                                  .arg(quote(t->KanalName))
-                                  .arg(t->Kanal_Id);
+                                  .arg(quote(t->KanalName), QString::number(t->Kanal_Id));
                 else if (badName)
                     channel = QStringLiteral("channel %1").arg(quote(t->KanalName));
                 else
@@ -335,9 +387,10 @@ void ProjectCheck::checkDefinitions()
             Finding f;
             f.check = AlarmUndefinedTag;
             f.file = d.file;
-            f.item = QStringLiteral("alarm %1 (id %2)").arg(quote(a->alarm_name)).arg(a->Id);
+            f.item = QStringLiteral("alarm %1 (id %2)")
+                         .arg(quote(a->alarm_name), QString::number(a->Id));
             f.message = QStringLiteral("%1 is on tag %2, which no definition file defines")
-                            .arg(f.item).arg(a->tagID);
+                            .arg(f.item, QString::number(a->tagID));
             f.tagId = a->tagID;
             f.hasTagId = true;
             add(f);
@@ -366,7 +419,7 @@ void ProjectCheck::checkDefinitions()
         f.files = filesOf(o);
         f.item = QStringLiteral("tag id %1").arg(id);
         f.message = QStringLiteral("tag id %1 is defined %2: %3")
-                        .arg(id).arg(times(o.size()), listOccurrences(o));
+                        .arg(QString::number(id), times(o.size()), listOccurrences(o));
         f.tagId = id;
         f.hasTagId = true;
         add(f);
@@ -396,7 +449,7 @@ void ProjectCheck::checkPages()
                 f.item = describeItem(b.itemType, b.itemIndex, b.itemName, b.uid);
                 f.message = QStringLiteral("%1 is bound to tag %2 (%3), which no definition file "
                                            "defines")
-                                .arg(f.item).arg(b.tagId).arg(describeSlot(b));
+                                .arg(f.item, QString::number(b.tagId), describeSlot(b));
                 f.tagId = b.tagId;
                 f.hasTagId = true;
                 add(f);
@@ -415,17 +468,21 @@ void ProjectCheck::checkPages()
     }
     for (int uid : uids.keys()) {
         const QList<Occurrence> &o = uids.at(uid);
-        const QStringList files = filesOf(o);
-        // The same Uid twice on one page is the page's own affair; across pages it is not.
-        if (files.size() < 2)
+        if (o.size() < 2)
             continue;
+        // A Uid identifies one object in the whole project: twice on one page is as wrong as on
+        // two pages.
+        const QStringList files = filesOf(o);
         Finding f;
         f.check = DuplicateUid;
         f.file = files.first();
         f.files = files;
         f.item = QStringLiteral("SCADA object Uid %1").arg(uid);
-        f.message = QStringLiteral("SCADA object Uid %1 is used on %2 pages: %3")
-                        .arg(uid).arg(files.size()).arg(listOccurrences(o));
+        f.message = files.size() == 1
+            ? QStringLiteral("SCADA object Uid %1 is used %2 on one page: %3")
+                  .arg(QString::number(uid), times(o.size()), listOccurrences(o))
+            : QStringLiteral("SCADA object Uid %1 is used on %2 pages: %3")
+                  .arg(QString::number(uid), QString::number(files.size()), listOccurrences(o));
         add(f);
     }
     for (int id : pageIds.keys()) {
@@ -438,7 +495,7 @@ void ProjectCheck::checkPages()
         f.files = filesOf(o);
         f.item = QStringLiteral("page id %1").arg(id);
         f.message = QStringLiteral("page id %1 is used by %2 pages: %3")
-                        .arg(id).arg(o.size()).arg(listOccurrences(o));
+                        .arg(QString::number(id), QString::number(o.size()), listOccurrences(o));
         add(f);
     }
     // Reported file by file, in the order the checks above found them within each file.
@@ -450,13 +507,9 @@ void ProjectCheck::checkPages()
 
 int ProjectCheck::status() const
 {
-    if (m_incomplete)
+    if (!complete())
         return ExitUsage;
-    if (!m_findings.isEmpty())
-        return ExitFindings;
-    if (m_pages.pages.isEmpty() && m_definitions.empty())
-        return ExitUsage;
-    return ExitOk;
+    return m_findings.isEmpty() ? ExitOk : ExitFindings;
 }
 
 QString plural(int n, const char *one, const char *many)
@@ -468,13 +521,13 @@ void ProjectCheck::printText(const QString &shownRoot) const
 {
     QTextStream &s = out();
     for (const Finding &f : m_findings)
-        s << f.file << ": " << f.message << "\n";
+        printLine(s, quoted(f.file) + QStringLiteral(": ") + f.message);
     for (const NotChecked &n : m_notChecked)
-        s << "not checked: " << n.file << " (" << n.reason << ")\n";
+        printLine(s, QStringLiteral("not checked: %1 (%2)").arg(quoted(n.file), n.reason));
     for (const QString &note : m_notes)
-        s << "note: " << note << "\n";
+        printLine(s, QStringLiteral("note: ") + note);
 
-    QString summary = shownRoot + QStringLiteral(": ");
+    QString summary = quoted(shownRoot) + QStringLiteral(": ");
     summary += m_findings.isEmpty() ? QStringLiteral("no findings")
                                     : plural(m_findings.size(), "finding", "findings");
     summary += QStringLiteral(" (%1 and %2 checked")
@@ -484,11 +537,12 @@ void ProjectCheck::printText(const QString &shownRoot) const
         summary += QStringLiteral("; %1 not checked")
                        .arg(plural(m_notChecked.size(), "other file", "other files"));
     summary += QLatin1Char(')');
-    s << summary << "\n";
+    printLine(s, summary);
     if (m_incomplete)
-        s << "the check is incomplete: some files or folders could not be read\n";
-    else if (m_pages.pages.isEmpty() && m_definitions.empty())
-        s << "no page or definition file found\n";
+        printLine(s, QStringLiteral("the check is incomplete: some files or folders could not be "
+                                    "checked"));
+    else if (noProjectFiles())
+        printLine(s, QStringLiteral("the check is incomplete: no page or definition file found"));
 }
 
 QJsonObject ProjectCheck::json(const QString &shownRoot) const
@@ -511,9 +565,12 @@ QJsonObject ProjectCheck::json(const QString &shownRoot) const
         findings.append(o);
     }
     QJsonArray notChecked;
-    for (const NotChecked &n : m_notChecked)
-        notChecked.append(QJsonObject{{QStringLiteral("file"), n.file},
-                                      {QStringLiteral("reason"), n.reason}});
+    for (const NotChecked &n : m_notChecked) {
+        QJsonObject o{{QStringLiteral("file"), n.file}, {QStringLiteral("reason"), n.reason}};
+        if (n.incomplete)
+            o.insert(QStringLiteral("incomplete"), true);
+        notChecked.append(o);
+    }
     QStringList pages = m_pages.pages.keys();
     std::sort(pages.begin(), pages.end());
     QStringList definitions;
@@ -521,7 +578,7 @@ QJsonObject ProjectCheck::json(const QString &shownRoot) const
         definitions << d.file;
     return {{QStringLiteral("directory"), shownRoot},
             {QStringLiteral("status"), status()},
-            {QStringLiteral("complete"), !m_incomplete},
+            {QStringLiteral("complete"), complete()},
             {QStringLiteral("pageFiles"), QJsonArray::fromStringList(pages)},
             {QStringLiteral("definitionFiles"), QJsonArray::fromStringList(definitions)},
             {QStringLiteral("findings"), findings},
@@ -536,34 +593,57 @@ int runCheck(const QStringList &args)
     CommandParser cp(
         QStringLiteral("check [options] DIR"),
         QStringLiteral(
-            "Checks a project folder. Every file under DIR (hidden ones aside) is read, pages\n"
-            "and definition files recognised by their root element, and reported:\n"
-            "  - files that cannot be read, and XML files (by content, or named *.xml) that\n"
-            "    are not well-formed, with the parser's line and column;\n"
+            "Checks a project folder. Every file under DIR (hidden ones aside) is read once,\n"
+            "whatever bytes its name holds, pages and definition files recognised by their\n"
+            "root element, and reported:\n"
+            "  - files that cannot be read, XML files (by content, or named *.xml) that are\n"
+            "    not well-formed, with the parser's line and column, and names that are not\n"
+            "    valid UTF-8;\n"
             "  - bindings to tag ids no definition file defines (SCADA object tag slots,\n"
             "    chart, gauge, schedule, database-query report and scroll tags);\n"
-            "  - SCADA objects with the same Uid on different pages;\n"
+            "  - SCADA objects with the same Uid, on one page or on different pages;\n"
             "  - pages with the same page id;\n"
             "  - tags whose channel (by name or by id) their file does not define;\n"
-            "  - tag names or tag ids defined more than once;\n"
+            "  - tag names or tag ids defined more than once, tags without a name or address;\n"
             "  - alarms on tags no definition file defines.\n"
-            "Exit status: 0 no findings, 1 findings, 2 the folder cannot be used (missing,\n"
-            "unreadable files or folders, or no page or definition file at all)."));
+            "Exit status: 0 no findings, 1 findings, 2 the check is incomplete: the folder\n"
+            "cannot be used (missing, no page or definition file at all), or some file in it\n"
+            "could not be checked (unreadable, larger than the size limit, not a regular\n"
+            "file, a link to a folder); JSON then says \"complete\": false."));
     cp.parser().addOption({QStringLiteral("json"), QStringLiteral("Write JSON instead.")});
     cp.parser().addPositionalArgument(QStringLiteral("DIR"), QStringLiteral("The project folder."));
     int code = ExitOk;
     if (!cp.parse(args, 1, 1, &code))
         return code;
     const QString dir = cp.parser().positionalArguments().constFirst();
-    const QFileInfo info(dir);
-    if (!info.exists() || !info.isDir()) {
-        reportError(Command, quoted(dir) + (info.exists() ? QStringLiteral(" is not a folder")
-                                                          : QStringLiteral(" does not exist")));
-        return ExitUsage;
-    }
-    if (!info.isReadable() || !info.isExecutable()) {
-        reportError(Command, QStringLiteral("the folder ") + quoted(dir)
-                                 + QStringLiteral(" cannot be read"));
+    const bool json = cp.parser().isSet(QStringLiteral("json"));
+
+    // The folder itself: opened, so that the reason is the system's ("Permission denied").
+    QString error;
+    struct stat st;
+    const QByteArray native = QFile::encodeName(dir);
+    if (::stat(native.constData(), &st) != 0)
+        error = errno == ENOENT ? QStringLiteral("does not exist") : qt_error_string(errno);
+    else if (!S_ISDIR(st.st_mode))
+        error = QStringLiteral("is not a folder");
+    else if (DIR *d = ::opendir(native.constData()))
+        ::closedir(d);
+    else
+        error = QStringLiteral("cannot be read: ") + qt_error_string(errno);
+    if (!error.isEmpty()) {
+        reportError(Command, quoted(dir) + QLatin1Char(' ') + error);
+        if (json) {
+            printJson(QJsonDocument(QJsonObject{
+                {QStringLiteral("directory"), dir},
+                {QStringLiteral("status"), ExitUsage},
+                {QStringLiteral("complete"), false},
+                {QStringLiteral("error"), dir + QLatin1Char(' ') + error},
+                {QStringLiteral("pageFiles"), QJsonArray()},
+                {QStringLiteral("definitionFiles"), QJsonArray()},
+                {QStringLiteral("findings"), QJsonArray()},
+                {QStringLiteral("notChecked"), QJsonArray()},
+                {QStringLiteral("notes"), QJsonArray()}}));
+        }
         return ExitUsage;
     }
 
@@ -571,7 +651,7 @@ int runCheck(const QStringList &args)
     check.scan();
     check.checkDefinitions();
     check.checkPages();
-    if (cp.parser().isSet(QStringLiteral("json")))
+    if (json)
         printJson(QJsonDocument(check.json(dir)));
     else
         check.printText(dir);

@@ -1,8 +1,9 @@
 #pragma once
-// What every command of the tirrel tool shares: output streams, exit codes, option parsing with
-// --help, progress on a terminal, and the plain-words descriptions of files that are not what a
-// command wants.
+// What every command of the tirrel tool shares: output streams and their errors, exit codes,
+// option parsing with --help, progress on a terminal, text made safe for a terminal, reading a
+// file once, and the plain-words descriptions of files that are not what a command wants.
 
+#include <fileAccess.h>
 #include <projectFileProbe.h>
 #include <scaFileData.h>
 #include <tgchFileProcessor.h>
@@ -22,21 +23,40 @@ enum ExitCode {
     ExitOk = 0,
     ExitFailed = 1,     // some input could not be used; the rest was processed
     ExitFindings = 1,
-    ExitUsage = 2,      // bad command line; for check also: the folder cannot be used
+    ExitUsage = 2,      // bad command line; for check also: the check is incomplete
+    ExitOutput = 3,     // what the command printed did not reach its destination (a full disk)
 };
 
 // UTF-8 streams on standard output and standard error.
 QTextStream &out();
 QTextStream &err();
 
+// Flushes both streams; false when anything written to standard output since the start was
+// lost (a full disk, a closed file), with *why set.
+bool outputWritten(QString *why);
+
 // Writes one JSON document to standard output.
 void printJson(const QJsonDocument &document);
 
-// An error about one input, on standard error: "tirrel <command>: <message>".
+// One line of text on stream: the text with its control characters escaped (printable), then a
+// line feed. Every line of text output goes through here, so that no byte of the data reaches a
+// terminal as a control sequence.
+void printLine(QTextStream &stream, const QString &text);
+
+// An error about one input, on standard error: "tirrel <command>: <message>", escaped.
 void reportError(const QString &command, const QString &message);
 
-// A file path as the user should read it: quoted when it holds blanks or is empty.
+// The text with its control characters (C0, DEL, C1, line and paragraph separators, the
+// direction overrides) shown as escapes: \n, \r, \t, \x1b, \u202e.
+QString printable(const QString &text);
+
+// A file name as the user should read it: quoted, with " as \" and control characters
+// escaped, when it is empty or holds blanks, quotes, backslashes or control characters.
 QString quoted(const QString &path);
+
+// A file name as the file system holds it, as text: bytes that are not valid UTF-8 become \xNN.
+QString nameText(const QByteArray &nativeName);
+bool isValidUtf8(const QByteArray &bytes);
 
 // One command's parser: "--help" and "--verbose" are added, `usage` is the synopsis shown on
 // the first line of the help ("page show [options] FILE..."), `description` the text under it.
@@ -87,8 +107,9 @@ QString describeProbe(const ProjectFileInfo_t &info, ProjectFileInfo_t::Kind wan
 // The name of a kind, for reports ("page file", "definition file", ...).
 QString kindName(ProjectFileInfo_t::Kind kind);
 
-// Whole file contents, or false with *why set.
-bool readWholeFile(const QString &path, QByteArray *data, QString *why);
+// Why FileAccess::readFile refused a file, as the end of "<file> <why>": "cannot be read: no
+// such file", "is not read: larger than ...".
+QString describeRead(FileAccess::ReadResult result, const QString &reason);
 
 // A page together with its item records: the page holds them by pointer without owning them,
 // so whoever drops a loaded page deletes them with it.
@@ -99,9 +120,24 @@ struct PageDeleter
 using PagePtr = std::unique_ptr<ScaFileData, PageDeleter>;
 using TreePtr = std::unique_ptr<FileDataTree>;
 
-// Loads the file at path as a page, or as a definition file, after making sure by its root
-// element that it is one (the readers themselves take any well-formed XML). Null with *why set
-// (in plain words, for "<file> <why>") otherwise.
+// A file read once and told apart by its root element.
+struct InputFile
+{
+    QByteArray data;
+    ProjectFileInfo_t info;     // probeRoot's, or after a failure probe's, which explains it
+};
+
+// Reads the file at nativePath once (FileAccess::readFile) and tells its kind by the root
+// element; false with *why set ("<file> <why>") when it cannot be read.
+bool readInput(const QByteArray &nativePath, InputFile *file, QString *why);
+
+// Loads a file read by readInput as a page, or as a definition file, after making sure by its
+// root element that it is one (the readers themselves take any well-formed XML). A full parse
+// runs only to load the file, and a second one only to explain why it does not load. Null with
+// *why set (in plain words, for "<file> <why>") otherwise; file->info then tells the kind.
+PagePtr loadPage(InputFile *file, const QString &fileName, QString *why);
+TreePtr loadDefinitions(InputFile *file, QString *why);
+// readInput and loadPage or loadDefinitions in one.
 PagePtr loadPageFile(const QString &path, QString *why);
 TreePtr loadDefinitionFile(const QString &path, QString *why);
 
@@ -110,7 +146,8 @@ TreePtr loadDefinitionFile(const QString &path, QString *why);
 QString describeItem(const QString &itemType, int index, const QString &name, int uid);
 QString describeSlot(const TagBinding_t &binding);
 
-// Rows under a header line, columns padded to their widest cell, indented by `indent` blanks.
+// Rows under a header line, columns padded to their widest cell, indented by `indent` blanks;
+// cells are escaped (printable) before they are measured.
 void printTable(QTextStream &stream, const QStringList &header, const QList<QStringList> &rows,
                 int indent);
 

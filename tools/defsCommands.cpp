@@ -44,8 +44,8 @@ QString number(double v)
 
 QString tagChannel(const pEtiketDef_t &t)
 {
-    QString name = t.KanalName.isEmpty() ? QStringLiteral("-") : t.KanalName;
-    return QStringLiteral("%1 (%2)").arg(name).arg(t.Kanal_Id);
+    const QString name = t.KanalName.isEmpty() ? QStringLiteral("-") : t.KanalName;
+    return QStringLiteral("%1 (%2)").arg(name, QString::number(t.Kanal_Id));
 }
 
 QJsonObject channelJson(const pKanalDef_t &c)
@@ -99,11 +99,11 @@ void printLists(const FileDataTree &tree)
                             QString::number(c->ProtokolType),
                             c->ServerIP.isEmpty()
                                 ? QStringLiteral("-")
-                                : QStringLiteral("%1:%2").arg(c->ServerIP).arg(c->ServerPORT),
+                                : c->ServerIP + QLatin1Char(':') + QString::number(c->ServerPORT),
                             QStringLiteral("COM%1 %2").arg(c->Comport).arg(c->Baudrate),
                             flag(c->Enabled)};
     }
-    s << "  channels:\n";
+    printLine(s, QStringLiteral("  channels:"));
     printTable(s, {"Id", "Name", "MediaType", "ProtokolType", "ServerIP:PORT", "Serial", "Enabled"},
                rows, 4);
     rows.clear();
@@ -114,7 +114,7 @@ void printLists(const FileDataTree &tree)
                             t->VariableAddress, QString::number(t->VariableType),
                             QString::number(t->VariableSize), t->UnitName, flag(t->Enabled)};
     }
-    s << "  tags:\n";
+    printLine(s, QStringLiteral("  tags:"));
     printTable(s, {"Id", "Name", "Channel (Id)", "Device", "Address", "Type", "Size", "Unit",
                    "Enabled"},
                rows, 4);
@@ -126,7 +126,7 @@ void printLists(const FileDataTree &tree)
                             a->alarm_class, QString::number(a->alarm_level),
                             number(a->limitVal), flag(a->enabled != 0)};
     }
-    s << "  alarms:\n";
+    printLine(s, QStringLiteral("  alarms:"));
     printTable(s, {"Id", "Name", "Tag", "Class", "Level", "Limit", "Enabled"}, rows, 4);
 }
 
@@ -179,10 +179,10 @@ int runDefsShow(const QStringList &args)
     }
 
     QTextStream &s = out();
-    s << path << "\n"
-      << "  channels: " << channels.size() << "\n"
-      << "  tags:     " << tree->TagList.size() << "\n"
-      << "  alarms:   " << tree->AlarmList.size() << "\n";
+    printLine(s, quoted(path));
+    printLine(s, QStringLiteral("  channels: %1").arg(channels.size()));
+    printLine(s, QStringLiteral("  tags:     %1").arg(tree->TagList.size()));
+    printLine(s, QStringLiteral("  alarms:   %1").arg(tree->AlarmList.size()));
     if (list)
         printLists(*tree);
     return ExitOk;
@@ -192,13 +192,20 @@ int runDefsShow(const QStringList &args)
 
 namespace {
 
-// The line number of each imported tag: the CSV import makes one tag per line it does not skip,
-// in file order.
-QList<int> tagLineNumbers(int tagCount, const QList<CsvSkippedLine_t> &skipped)
+// Warnings shown for one CSV file; the rest are counted.
+const int MaxWarnings = 20;
+// Lines listed for one unknown type name; the rest are counted.
+const int MaxTypeLines = 5;
+
+// The line number of each imported tag: the CSV import makes one tag per line it does not leave
+// out, in file order.
+QList<int> tagLineNumbers(int tagCount, const QList<CsvSkippedLine_t> &notes)
 {
     QSet<int> skippedLines;
-    for (const CsvSkippedLine_t &s : skipped)
-        skippedLines.insert(s.lineNumber);
+    for (const CsvSkippedLine_t &n : notes) {
+        if (n.problem == CsvSkippedLine_t::FieldCount)
+            skippedLines.insert(n.lineNumber);
+    }
     QList<int> lines;
     int line = 1;
     for (int i = 0; i < tagCount; ++i) {
@@ -209,13 +216,84 @@ QList<int> tagLineNumbers(int tagCount, const QList<CsvSkippedLine_t> &skipped)
     return lines;
 }
 
-QString skipReason(const CsvSkippedLine_t &line)
+QString fieldCountReason(const CsvSkippedLine_t &line)
 {
     if (line.text.trimmed().isEmpty())
         return QStringLiteral("empty line");
     return QStringLiteral("%1 %2, a tag line has 4")
         .arg(line.fieldCount)
         .arg(line.fieldCount == 1 ? QStringLiteral("field") : QStringLiteral("fields"));
+}
+
+// What the tool makes of one CSV file's lines: the imported lines it refuses, and its reports
+// by line number.
+struct CsvReview
+{
+    QSet<int> refused;              // lines the tool does not take
+    QMap<int, QStringList> reports; // line -> messages, in line order
+    QMap<QString, QList<int>> unknownTypes;
+
+    void report(int line, const QString &message) { reports[line] << message; }
+};
+
+// One report per line: a header row is skipped with a note; lines with quotes, without four
+// fields, without a name or without an address are skipped; unknown type names of the lines
+// taken are gathered.
+CsvReview reviewCsv(const QList<CsvSkippedLine_t> &notes)
+{
+    CsvReview review;
+    for (int i = 0, next = 0; i < notes.size(); i = next) {
+        const CsvSkippedLine_t &first = notes.at(i);
+        QSet<int> problems;
+        for (next = i; next < notes.size() && notes.at(next).lineNumber == first.lineNumber;
+             ++next)
+            problems.insert(notes.at(next).problem);
+        const auto has = [&problems](CsvSkippedLine_t::Problem problem) {
+            return problems.contains(problem);
+        };
+        QString reason;
+        if (has(CsvSkippedLine_t::Quoted))
+            reason = QStringLiteral("quoted fields are not supported (every \";\" separates "
+                                    "fields, and quotes would stay in names)");
+        else if (has(CsvSkippedLine_t::FieldCount))
+            reason = fieldCountReason(first);
+        else if (has(CsvSkippedLine_t::EmptyName))
+            reason = QStringLiteral("the tag name is empty");
+        else if (has(CsvSkippedLine_t::EmptyAddress))
+            reason = QStringLiteral("the address is empty");
+
+        if (has(CsvSkippedLine_t::Header)) {
+            review.refused.insert(first.lineNumber);
+            review.report(first.lineNumber,
+                          QStringLiteral("note: header row skipped: ") + first.text);
+        } else if (!reason.isEmpty()) {
+            review.refused.insert(first.lineNumber);
+            review.report(first.lineNumber, QStringLiteral("line skipped: ") + reason);
+        } else if (has(CsvSkippedLine_t::UnknownType)) {
+            review.unknownTypes[first.text.section(QLatin1Char(';'), 3).trimmed()]
+                << first.lineNumber;
+        }
+    }
+    return review;
+}
+
+// "\"STRING\" (lines 3, 7)", "\"X\" (lines 1, 2, 3, 4, 5 and 9 more)"
+QString unknownTypeList(const QMap<QString, QList<int>> &types)
+{
+    QStringList parts;
+    for (auto it = types.cbegin(); it != types.cend(); ++it) {
+        QStringList lines;
+        for (int i = 0; i < it.value().size() && i < MaxTypeLines; ++i)
+            lines << QString::number(it.value().at(i));
+        QString part = QStringLiteral("\"%1\" (%2 %3").arg(it.key(), it.value().size() == 1
+                                                                  ? QStringLiteral("line")
+                                                                  : QStringLiteral("lines"),
+                                                         lines.join(QLatin1String(", ")));
+        if (it.value().size() > MaxTypeLines)
+            part += QStringLiteral(" and %1 more").arg(it.value().size() - MaxTypeLines);
+        parts << part + QLatin1Char(')');
+    }
+    return parts.join(QLatin1String(", "));
 }
 
 } // namespace
@@ -226,11 +304,16 @@ int runDefsImportCsv(const QStringList &args)
         QStringLiteral("defs import-csv [options] CSV... -o FILE"),
         QStringLiteral(
             "Turns CSV tag lists (lines \"unused;address;name;type\") into a definition file.\n"
-            "Every line without exactly four fields is skipped and reported with its file,\n"
-            "line number and field count. Imported tags get the ids after the highest id\n"
-            "already there, no channel, and a poll frequency of 3. A tag whose name is\n"
-            "already defined is reported and not added.\n"
-            "An existing output file is only replaced with --into (adding to it) or --force."));
+            "Lines it cannot use are reported with their file and line number and skipped:\n"
+            "lines without exactly four fields, lines with quoted fields (there is no quoting:\n"
+            "every \";\" separates), lines without a name or an address. A header row is\n"
+            "skipped with a note; unknown type names are listed, their tags get type code 2\n"
+            "and size 4. The first 20 reports of a file are shown, the rest counted.\n"
+            "Imported tags get the ids after the highest id already there, no channel, and a\n"
+            "poll frequency of 3. A tag whose name is already defined is reported and not\n"
+            "added. Nothing is written when a CSV file cannot be read or has no usable line.\n"
+            "An existing output file is only replaced with --into (adding to it) or --force,\n"
+            "and then whole or not at all."));
     cp.parser().addOptions({
         {{QStringLiteral("o"), QStringLiteral("output")},
          QStringLiteral("The definition file to write."), QStringLiteral("file")},
@@ -295,33 +378,35 @@ int runDefsImportCsv(const QStringList &args)
     const bool alternate = p.isSet(QStringLiteral("alternate-type-codes"));
     bool failed = false;
     for (const QString &csv : p.positionalArguments()) {
-        QList<CsvSkippedLine_t> skipped;
-        const TreePtr imported(TgchFileProcessor::loadTagsFromCSV(csv, alternate, &skipped));
+        QList<CsvSkippedLine_t> notes;
+        const TreePtr imported(TgchFileProcessor::loadTagsFromCSV(csv, alternate, &notes));
         if (!imported) {
+            // Why the import could not read it: looked up again only now that it failed.
             QString why;
             QByteArray ignored;
-            readWholeFile(csv, &ignored, &why);
+            FileAccess::readFile(csv, &ignored, &why);
             reportError(ImportCommand,
                         QStringLiteral("cannot read the CSV file ") + quoted(csv)
                             + (why.isEmpty() ? QString() : QStringLiteral(": ") + why));
             failed = true;
             continue;
         }
-        // Reported in line order: skipped lines and tags that are not added alike.
-        QMap<int, QString> reports;
-        for (const CsvSkippedLine_t &line : skipped) {
-            reports.insert(line.lineNumber,
-                           QStringLiteral("line skipped: %1").arg(skipReason(line)));
-        }
+        CsvReview review = reviewCsv(notes);
         const QList<pEtiketDef_t *> tags = qExchange(imported->TagList, {});
-        const QList<int> lines = tagLineNumbers(tags.size(), skipped);
+        const QList<int> lines = tagLineNumbers(tags.size(), notes);
         int added = 0;
         int existing = 0;
+        int refused = 0;
         for (int i = 0; i < tags.size(); ++i) {
             pEtiketDef_t *tag = tags.at(i);
+            if (review.refused.contains(lines.at(i))) {
+                delete tag;
+                ++refused;
+                continue;
+            }
             if (names.contains(tag->Name)) {
-                reports.insert(lines.at(i), QStringLiteral("tag \"%1\" already exists; not added")
-                                                .arg(tag->Name));
+                review.report(lines.at(i), QStringLiteral("tag \"%1\" already exists; not added")
+                                               .arg(tag->Name));
                 delete tag;
                 ++existing;
                 continue;
@@ -332,16 +417,45 @@ int runDefsImportCsv(const QStringList &args)
             tree->TagList.append(tag);
             ++added;
         }
-        for (auto it = reports.cbegin(); it != reports.cend(); ++it)
+
+        int shown = 0;
+        for (auto it = review.reports.cbegin(); it != review.reports.cend(); ++it) {
+            for (const QString &message : it.value()) {
+                if (shown++ < MaxWarnings) {
+                    reportError(ImportCommand,
+                                QStringLiteral("%1:%2: %3").arg(csv, QString::number(it.key()),
+                                                                message));
+                }
+            }
+        }
+        if (shown > MaxWarnings) {
+            reportError(ImportCommand, QStringLiteral("%1: %2 more reports not shown")
+                                           .arg(csv, QString::number(shown - MaxWarnings)));
+        }
+        if (!review.unknownTypes.isEmpty()) {
             reportError(ImportCommand,
-                        QStringLiteral("%1:%2: %3").arg(csv).arg(it.key()).arg(it.value()));
-        out() << csv << ": " << added << (added == 1 ? " tag" : " tags") << " imported";
-        if (!skipped.isEmpty())
-            out() << ", " << skipped.size() << (skipped.size() == 1 ? " line" : " lines")
-                  << " skipped";
+                        QStringLiteral("%1: unknown type names, imported with type code 2 and "
+                                       "size 4: %2")
+                            .arg(csv, unknownTypeList(review.unknownTypes)));
+        }
+        const auto leftOut = [](const CsvSkippedLine_t &n) {
+            return n.problem == CsvSkippedLine_t::FieldCount;
+        };
+        const int skipped = int(std::count_if(notes.cbegin(), notes.cend(), leftOut)) + refused;
+        QString summary = QStringLiteral("%1: %2 %3 imported")
+                              .arg(quoted(csv), QString::number(added),
+                                   added == 1 ? QStringLiteral("tag") : QStringLiteral("tags"));
+        if (skipped)
+            summary += QStringLiteral(", %1 %2 skipped")
+                           .arg(skipped)
+                           .arg(skipped == 1 ? QStringLiteral("line") : QStringLiteral("lines"));
         if (existing)
-            out() << ", " << existing << " already defined";
-        out() << "\n";
+            summary += QStringLiteral(", %1 already defined").arg(existing);
+        printLine(out(), summary);
+        if (added + existing == 0) {
+            reportError(ImportCommand, quoted(csv) + QStringLiteral(" has no usable line"));
+            failed = true;
+        }
     }
     if (failed) {
         reportError(ImportCommand, quoted(output) + QStringLiteral(" not written"));
@@ -349,13 +463,16 @@ int runDefsImportCsv(const QStringList &args)
     }
     if (!TgchFileProcessor::writeToFile(tree.get(), output)) {
         reportError(ImportCommand, QStringLiteral("cannot write ") + quoted(output)
+                                       + QStringLiteral(": ") + FileAccess::lastSaveError()
                                        + QStringLiteral("; any file there is left as it was"));
         return ExitFailed;
     }
-    out() << "wrote " << output << ": " << realChannels(*tree).size() << " channels, "
-          << tree->TagList.size() << " tags, " << tree->AlarmList.size() << " alarms";
+    QString summary = QStringLiteral("wrote %1: %2 channels, %3 tags, %4 alarms")
+                          .arg(quoted(output), QString::number(realChannels(*tree).size()),
+                               QString::number(tree->TagList.size()),
+                               QString::number(tree->AlarmList.size()));
     if (nextId > firstId)
-        out() << " (new tag ids " << firstId << " to " << nextId - 1 << ")";
-    out() << "\n";
+        summary += QStringLiteral(" (new tag ids %1 to %2)").arg(firstId).arg(nextId - 1);
+    printLine(out(), summary);
     return ExitOk;
 }

@@ -2,8 +2,7 @@
 #include "cliSupport.h"
 
 #include <QGuiApplication>
-
-#include <cstdio>
+#include <QLoggingCategory>
 
 using namespace cli;
 
@@ -11,20 +10,19 @@ int runPageRender(const QStringList &args);    // renderCommand.cpp
 
 namespace {
 
-bool g_verbose = false;
-bool g_starting = true;
-
-// The library reports progress through Qt's debug output ("saveFiledata  start", a chart's
-// orientation); a command-line tool keeps that out of its output unless asked for it. So are
-// the warnings of the platform's start-up (a missing runtime folder on a headless machine),
-// which say nothing about the files at hand.
-void messageHandler(QtMsgType type, const QMessageLogContext &, const QString &message)
+// The library reports what it does through its logging categories (tirrel.page,
+// tirrel.definitions, tirrel.library, tirrel.project, tirrel.services) and Qt's default one; a
+// command-line tool keeps their debug lines out of its output unless asked for them. So are the
+// warnings of the platform's start-up (a missing runtime folder on a headless machine), which
+// say nothing about the files at hand.
+QString loggingRules(bool verbose, bool starting)
 {
-    if (!g_verbose && (type == QtDebugMsg || (g_starting && type == QtWarningMsg)))
-        return;
-    out().flush();
-    err() << message << "\n";
-    err().flush();
+    const QString debug = verbose ? QStringLiteral("true") : QStringLiteral("false");
+    QString rules = QStringLiteral("tirrel.*.debug=%1\ntirrel.*.info=%1\n"
+                                   "default.debug=%1\ndefault.info=%1\n").arg(debug);
+    if (starting && !verbose)
+        rules += QStringLiteral("default.warning=false\nqt.*.warning=false\n");
+    return rules;
 }
 
 struct Command
@@ -70,7 +68,8 @@ void printUsage(QTextStream &stream, const QString &group = QString())
                << c.summary << "\n";
     }
     stream << "\nEvery command takes --help. Options for all commands:\n"
-              "  --verbose           Also show the library's debug output.\n"
+              "  --verbose           Also show the library's debug output (tirrel.* logging\n"
+              "                      categories); each line names its category.\n"
               "  --help              Show this help.\n"
               "  --version           Show the version.\n";
     stream.flush();
@@ -111,7 +110,8 @@ int dispatch(const QStringList &args)
         }
     }
     if (!knownGroup) {
-        err() << "tirrel: unknown command " << quoted(first) << "\nSee 'tirrel --help'.\n";
+        printLine(err(), QStringLiteral("tirrel: unknown command ") + quoted(first));
+        printLine(err(), QStringLiteral("See 'tirrel --help'."));
         return ExitUsage;
     }
     const QString sub = args.size() > 2 ? args.at(2) : QString();
@@ -120,9 +120,10 @@ int dispatch(const QStringList &args)
         return ExitOk;
     }
     if (sub.isEmpty())
-        err() << "tirrel " << first << ": a command is missing\n";
+        printLine(err(), QStringLiteral("tirrel %1: a command is missing").arg(printable(first)));
     else
-        err() << "tirrel " << first << ": unknown command " << quoted(sub) << "\n";
+        printLine(err(),
+                  QStringLiteral("tirrel %1: unknown command %2").arg(printable(first), quoted(sub)));
     printUsage(err(), first);
     return ExitUsage;
 }
@@ -136,16 +137,19 @@ int main(int argc, char **argv)
     if (qEnvironmentVariableIsEmpty("QT_QPA_PLATFORM") && qEnvironmentVariableIsEmpty("DISPLAY")
             && qEnvironmentVariableIsEmpty("WAYLAND_DISPLAY"))
         qputenv("QT_QPA_PLATFORM", "offscreen");
+    bool verbose = false;
     for (int i = 1; i < argc; ++i) {
         if (qstrcmp(argv[i], "--") == 0)
             break;
         if (qstrcmp(argv[i], "--verbose") == 0)
-            g_verbose = true;
+            verbose = true;
     }
-    qInstallMessageHandler(messageHandler);
+    // Each line says what it is: "tirrel.page debug: ...".
+    qSetMessagePattern(QStringLiteral("%{category} %{type}: %{message}"));
+    QLoggingCategory::setFilterRules(loggingRules(verbose, true));
 
     QGuiApplication app(argc, argv);
-    g_starting = false;
+    QLoggingCategory::setFilterRules(loggingRules(verbose, false));
     QCoreApplication::setApplicationName(QStringLiteral("tirrel"));
     QCoreApplication::setApplicationVersion(QStringLiteral(TIRREL_VERSION));
 
@@ -154,7 +158,11 @@ int main(int argc, char **argv)
     while (args.size() > 1 && args.at(1) == QLatin1String("--verbose"))
         args.removeAt(1);
     const int code = dispatch(args);
-    out().flush();
-    err().flush();
+    QString why;
+    if (!outputWritten(&why)) {
+        printLine(err(), QStringLiteral("tirrel: the output could not be written: ") + why);
+        err().flush();
+        return ExitOutput;
+    }
     return code;
 }

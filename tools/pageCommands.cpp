@@ -4,6 +4,7 @@
 #include <scaFileProcessor.h>
 
 #include <QDir>
+#include <QFile>
 #include <QFileInfo>
 #include <QHash>
 #include <QJsonArray>
@@ -97,44 +98,53 @@ void printPage(const QString &path, const ScaFileData &page)
 {
     const ScaFileData::PageProperties &p = page.pageProperties;
     QTextStream &s = out();
-    s << path << "\n";
-    s << "  page:         " << (p.pageName.isEmpty() ? QStringLiteral("(no name)") : p.pageName)
-      << " (id " << p.pageID << ", type " << p.pageType << ")\n";
-    s << "  size:         " << p.pageGeometry.width() << " x " << p.pageGeometry.height()
-      << (p.customPageSize ? " (custom size)" : "") << "\n";
-    s << "  background:   " << (p.pageBgImage.isEmpty() ? QStringLiteral("-") : p.pageBgImage)
-      << "\n";
-    s << "  scrolling:    " << (p.addScrollingText ? "on" : "off") << ", "
-      << p.scrollTags.size() << (p.scrollTags.size() == 1 ? " scroll tag" : " scroll tags")
-      << "\n";
-    s << "  layers:       " << page.layers.size() << "\n";
-    for (const LayerInfo &layer : page.layers)
-        s << "    " << layer.id << "  " << layer.name << (layer.visible ? "" : " (hidden)") << "\n";
+    printLine(s, quoted(path));
+    printLine(s, QStringLiteral("  page:         %1 (id %2, type %3)")
+                     .arg(p.pageName.isEmpty() ? QStringLiteral("(no name)") : p.pageName,
+                          QString::number(p.pageID), QString::number(p.pageType)));
+    printLine(s, QStringLiteral("  size:         %1 x %2%3")
+                     .arg(p.pageGeometry.width())
+                     .arg(p.pageGeometry.height())
+                     .arg(p.customPageSize ? QStringLiteral(" (custom size)") : QString()));
+    printLine(s, QStringLiteral("  background:   ")
+                     + (p.pageBgImage.isEmpty() ? QStringLiteral("-") : p.pageBgImage));
+    printLine(s, QStringLiteral("  scrolling:    %1, %2 %3")
+                     .arg(p.addScrollingText ? QStringLiteral("on") : QStringLiteral("off"))
+                     .arg(p.scrollTags.size())
+                     .arg(p.scrollTags.size() == 1 ? QStringLiteral("scroll tag")
+                                                   : QStringLiteral("scroll tags")));
+    printLine(s, QStringLiteral("  layers:       %1").arg(page.layers.size()));
+    for (const LayerInfo &layer : page.layers) {
+        printLine(s, QStringLiteral("    %1  %2%3")
+                         .arg(QString::number(layer.id), layer.name,
+                              layer.visible ? QString() : QStringLiteral(" (hidden)")));
+    }
 
     const auto counts = itemCounts(page);
     int total = 0;
     for (const auto &count : counts)
         total += count.second;
-    s << "  items:        " << total << "\n";
-    for (const auto &count : counts) {
-        s << "    " << qSetFieldWidth(14) << Qt::left << count.first << qSetFieldWidth(0)
-          << count.second << "\n";
-    }
+    printLine(s, QStringLiteral("  items:        %1").arg(total));
+    for (const auto &count : counts)
+        printLine(s, QStringLiteral("    %1%2").arg(count.first, -14).arg(count.second));
 
     const QList<TagBinding_t> bindings = page.tagBindings();
     const QList<int> ids = distinctTagIds(bindings);
-    s << "  tag bindings: " << bindings.size() << " (" << ids.size()
-      << (ids.size() == 1 ? " tag)" : " tags)") << "\n";
+    printLine(s, QStringLiteral("  tag bindings: %1 (%2 %3)")
+                     .arg(bindings.size())
+                     .arg(ids.size())
+                     .arg(ids.size() == 1 ? QStringLiteral("tag") : QStringLiteral("tags")));
     for (const TagBinding_t &b : bindings) {
-        s << "    " << qSetFieldWidth(6) << Qt::right << b.tagId << qSetFieldWidth(0) << Qt::left
-          << "  " << describeItem(b.itemType, b.itemIndex, b.itemName, b.uid) << ", "
-          << describeSlot(b) << "\n";
+        printLine(s, QStringLiteral("    %1  %2, %3")
+                         .arg(b.tagId, 6)
+                         .arg(describeItem(b.itemType, b.itemIndex, b.itemName, b.uid),
+                              describeSlot(b)));
     }
     QStringList idTexts;
     for (int id : ids)
         idTexts << QString::number(id);
-    s << "  tag ids:      " << (idTexts.isEmpty() ? QStringLiteral("-") : idTexts.join(' '))
-      << "\n";
+    printLine(s, QStringLiteral("  tag ids:      ")
+                     + (idTexts.isEmpty() ? QStringLiteral("-") : idTexts.join(' ')));
 }
 
 } // namespace
@@ -173,7 +183,7 @@ int runPageShow(const QStringList &args)
         } else {
             progress.done();
             if (!first)
-                out() << "\n";
+                out() << '\n';
             first = false;
             printPage(path, *page);
             out().flush();
@@ -192,13 +202,16 @@ namespace {
 // Saves the page as folder/name. The page writer puts the path it is given into the file's
 // "fileName" element; saving by the bare name from within the folder keeps that element the
 // file's own name, so the result does not depend on where the tool was run from.
-bool savePageAs(ScaFileData *page, const QString &folder, const QString &name)
+bool savePageAs(ScaFileData *page, const QString &folder, const QString &name, QString *why)
 {
     const QString previous = QDir::currentPath();
-    if (!QDir::setCurrent(folder))
+    if (!QDir::setCurrent(folder)) {
+        *why = QStringLiteral("the folder cannot be entered");
         return false;
+    }
     const bool saved = ScaFileProcessor::saveFileData(page, name);
     QDir::setCurrent(previous);
+    *why = FileAccess::lastSaveError();
     return saved;
 }
 
@@ -211,8 +224,9 @@ int runPageNormalize(const QStringList &args)
         QStringLiteral("Loads each page file and saves it again through the library, which gives "
                        "it its\ncanonical form: items grouped by kind, every value written, "
                        "layers without items\ndropped. The page's \"fileName\" element becomes the "
-                       "file's own name.\nFiles are replaced in place unless -o is given. A file "
-                       "that is not a page\n(by its root element) is reported and never written."));
+                       "file's own name.\nFiles are replaced unless -o is given: whole, or not at "
+                       "all when the save fails,\nand not written when already canonical. A file "
+                       "that is not a page (by its root\nelement) is reported and never written."));
     cp.parser().addOption({{QStringLiteral("o"), QStringLiteral("output")},
                            QStringLiteral("Write the pages into <dir> (created if missing) instead "
                                           "of replacing them."),
@@ -248,8 +262,10 @@ int runPageNormalize(const QStringList &args)
         };
 
         QString why;
-        QByteArray before;
-        PagePtr page = loadPageFile(path, &why);
+        InputFile input;
+        PagePtr page;
+        if (readInput(QFile::encodeName(path), &input, &why))
+            page = loadPage(&input, path, &why);
         if (!page) {
             fail(quoted(path) + QLatin1Char(' ') + why + QStringLiteral("; left as it is"));
             continue;
@@ -261,7 +277,8 @@ int runPageNormalize(const QStringList &args)
                  + QStringLiteral(" was already written from another file"));
             continue;
         }
-        // Never replace a file in the output folder that is not a page itself.
+        // Never replace a file in the output folder that is not a well-formed page itself: a
+        // broken one may be somebody's work in progress. Parsed whole for that.
         if (QFileInfo::exists(target) && QFileInfo(target) != source) {
             const ProjectFileInfo_t existing = ProjectFileProbe::probeFile(target);
             if (existing.kind != ProjectFileInfo_t::PageFile) {
@@ -271,20 +288,25 @@ int runPageNormalize(const QStringList &args)
                 continue;
             }
         }
-        QString ignored;
-        readWholeFile(path, &before, &ignored);
-        if (!savePageAs(page.get(), folder, source.fileName())) {
-            fail(QStringLiteral("cannot write ") + quoted(target)
+        const QString shown =
+            outputDir.isEmpty() ? path : QDir(outputDir).filePath(source.fileName());
+        if (!savePageAs(page.get(), folder, source.fileName(), &why)) {
+            fail(QStringLiteral("cannot write ") + quoted(shown) + QStringLiteral(": ") + why
                  + QStringLiteral("; any file there is left as it was"));
             continue;
         }
         written.insert(target, source.absoluteFilePath());
-        QByteArray after;
-        readWholeFile(target, &after, &ignored);
+        // In place, a page already in canonical form leaves its file untouched; written
+        // elsewhere, the new file is compared with the source.
+        bool unchanged = FileAccess::lastSaveOutcome() == FileAccess::Unchanged;
+        if (!outputDir.isEmpty()) {
+            QByteArray after;
+            unchanged = FileAccess::readFile(target, &after) == FileAccess::Read
+                        && after == input.data;
+        }
         progress.done();
-        const QString shown =
-            outputDir.isEmpty() ? path : QDir(outputDir).filePath(source.fileName());
-        out() << shown << (after == before ? ": unchanged\n" : ": normalized\n");
+        printLine(out(), quoted(shown) + (unchanged ? QStringLiteral(": unchanged")
+                                                    : QStringLiteral(": normalized")));
         out().flush();
     }
     return code;

@@ -99,22 +99,26 @@ int runPlugin(const QStringList &args)
         printJson(QJsonDocument(o));
     } else {
         QTextStream &s = out();
-        s << path << "\n"
-          << "  IID:         " << meta.value(QStringLiteral("IID")).toString() << "\n"
-          << "  class name:  " << meta.value(QStringLiteral("className")).toString() << "\n"
-          << "  Qt version:  " << versionText(meta.value(QStringLiteral("version")).toInt())
-          << (meta.value(QStringLiteral("debug")).toBool() ? ", debug build\n"
-                                                              : ", release build\n")
-          << "  metadata:\n";
-        for (auto it = custom.constBegin(); it != custom.constEnd(); ++it) {
-            s << "    " << qSetFieldWidth(13) << Qt::left << it.key() << qSetFieldWidth(0)
-              << jsonText(it.value()) << "\n";
-        }
+        printLine(s, quoted(path));
+        printLine(s,
+                  QStringLiteral("  IID:         ") + meta.value(QStringLiteral("IID")).toString());
+        printLine(s, QStringLiteral("  class name:  ")
+                         + meta.value(QStringLiteral("className")).toString());
+        printLine(s, QStringLiteral("  Qt version:  %1, %2 build")
+                         .arg(versionText(meta.value(QStringLiteral("version")).toInt()),
+                              meta.value(QStringLiteral("debug")).toBool()
+                                  ? QStringLiteral("debug")
+                                  : QStringLiteral("release")));
+        printLine(s, QStringLiteral("  metadata:"));
+        for (auto it = custom.constBegin(); it != custom.constEnd(); ++it)
+            printLine(s, QStringLiteral("    %1%2").arg(it.key(), -13).arg(jsonText(it.value())));
         if (loaded) {
-            s << "  loads:       yes, plug-in object " << instanceClass
-              << (hostPlugin ? " (a host plug-in)\n" : " (not a host plug-in)\n");
+            printLine(s, QStringLiteral("  loads:       yes, plug-in object %1 (%2)")
+                             .arg(instanceClass, hostPlugin
+                                                     ? QStringLiteral("a host plug-in")
+                                                     : QStringLiteral("not a host plug-in")));
         } else {
-            s << "  loads:       no: " << loadError << "\n";
+            printLine(s, QStringLiteral("  loads:       no: ") + loadError);
         }
     }
     if (!loaded) {
@@ -171,13 +175,15 @@ int runLibraryShow(const QStringList &args)
     int standard = 0;
     for (const ScadaLibObject *o : objects)
         standard += o->isUserObject ? 0 : 1;
+    const int user = objects.size() - standard;
     QTextStream &s = out();
-    s << "standard library: " << standardFile
-      << (QFileInfo::exists(standardFile) ? "" : " (not found)") << ", " << standard
-      << (standard == 1 ? " object\n" : " objects\n");
-    s << "user library:     " << userFile << (QFileInfo::exists(userFile) ? "" : " (not found)")
-      << ", " << objects.size() - standard << (objects.size() - standard == 1 ? " object\n"
-                                                                              : " objects\n");
+    const auto library = [](const QString &file, int count) {
+        return QStringLiteral("%1%2, %3")
+            .arg(file, QFileInfo::exists(file) ? QString() : QStringLiteral(" (not found)"),
+                 count == 1 ? QStringLiteral("1 object") : QStringLiteral("%1 objects").arg(count));
+    };
+    printLine(s, QStringLiteral("standard library: ") + library(standardFile, standard));
+    printLine(s, QStringLiteral("user library:     ") + library(userFile, user));
     QList<QStringList> rows;
     for (const ScadaLibObject *o : objects) {
         rows << QStringList{QString::number(o->objectUID), o->name, o->objectCategory,

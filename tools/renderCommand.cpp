@@ -2,7 +2,7 @@
 #include "cliSupport.h"
 
 #include <pageRenderer.h>
-#include <safeSave_p.h>
+#include <fileAccess.h>
 
 #include <QBuffer>
 #include <QDir>
@@ -143,11 +143,9 @@ bool writePage(PageRenderer &renderer, const ScaFileData &page, const QString &f
             return painter.end();
         };
     }
-    const SaveResult result = saveFileSafely(path, QIODevice::NotOpen, write);
-    if (result == SaveResult::Saved)
+    if (FileAccess::saveFile(path, write))
         return true;
-    *why = result == SaveResult::OpenFailed ? QStringLiteral("cannot be opened for writing")
-                                            : QStringLiteral("could not be written completely");
+    *why = FileAccess::lastSaveError();
     return false;
 }
 

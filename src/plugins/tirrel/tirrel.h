@@ -11,6 +11,7 @@
 #include "eventLogger.h"
 #include "outputMessage.h"
 #include "debuggerWin.h"
+#include "fileAccess.h"
 #include "scadaEngine.h"
 #include "tgchFileProcessor.h"
 #include "tagChFileWatcher.h"

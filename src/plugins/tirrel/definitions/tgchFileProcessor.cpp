@@ -1,5 +1,6 @@
 #include "tgchFileProcessor.h"
 
+#include "fileAccess.h"
 #include "safeSave_p.h"
 #include "scaFileFormat_p.h"
 #include "xmlLimits_p.h"
@@ -560,7 +561,7 @@ const Column tagColumns[] = {
 template <class Write>
 bool writeDefinitionFile(const QString &path, Write write)
 {
-    return saveFileSafely(path, QIODevice::Text, write) == SaveResult::Saved;
+    return succeeded(saveFileSafely(path, QIODevice::Text, write));
 }
 
 template <std::size_t N>
@@ -592,13 +593,9 @@ void writeRows(BlockWriter &out, const QString &list, const QString &element,
 
 FileDataTree *TgchFileProcessor::loadFileData(const QString &path)
 {
-    if (path.isEmpty())
+    QByteArray data;
+    if (FileAccess::readFile(path, &data) != FileAccess::Read)
         return nullptr;
-    QFile file(path);
-    if (!file.open(QIODevice::ReadOnly))
-        return nullptr;
-    const QByteArray data = file.readAll();
-    file.close();
     return loadFileData(data);
 }
 

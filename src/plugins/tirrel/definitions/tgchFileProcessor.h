@@ -174,12 +174,27 @@ struct TIRREL_EXPORT OpenedFile
     QStandardItemModel *tagModel = nullptr;
 };
 
-// A line of a CSV tag list that the import left out (see loadTagsFromCSV with a list to fill).
+// A line of a CSV tag list that the import left out, or took as a tag although it looks wrong
+// (see loadTagsFromCSV with a list to fill).
 struct TIRREL_EXPORT CsvSkippedLine_t
 {
+    // What is wrong with the line. Only FieldCount lines are left out; the others are imported
+    // like any other line, so that the tags are the same with or without the list.
+    enum Problem {
+        FieldCount,     // not exactly four fields
+        Header,         // the first four-field line, when its type names no type and its
+                        // address holds no digit: a row of column titles
+        EmptyName,      // the name is empty or blanks only
+        EmptyAddress,   // the address is empty or blanks only
+        UnknownType,    // the type names no type: the tag keeps type code 2 and size 4
+        Quoted          // a field starts with '"'; there is no quoting, the quotes stay in the
+                        // field and a ";" between them separates fields all the same
+    };
+
     int lineNumber = 0;     // from 1, lines being separated by line feeds
     int fieldCount = 0;     // pieces the line splits into at ";": 1 for an empty line
     QString text;           // the line as decoded, without the carriage return of a CR LF end
+    Problem problem = FieldCount;
 };
 
 // Reading and writing definition files and importing CSV tag lists. All operations are static
@@ -192,8 +207,10 @@ public:
     explicit TgchFileProcessor(QObject *parent = nullptr);
     ~TgchFileProcessor() override;
 
-    // Reads the definition file at path. Null only when the file cannot be opened; an empty or
-    // malformed file gives a tree holding just the placeholder channel.
+    // Reads the definition file at path. Null only when the file cannot be read: missing, not a
+    // regular file (a pipe or a device is never opened), no permission, or larger than
+    // FileAccess::MaxFileSize; an empty or malformed file gives a tree holding just the
+    // placeholder channel.
     static FileDataTree *loadFileData(const QString &path);
     // Reads a definition file's bytes. Never null; malformed bytes give a tree holding just the
     // placeholder channel.
@@ -206,11 +223,11 @@ public:
     static pAlarmItem_t *alarmDataFromXml(QDomElement *element);
 
     // Writes every channel (the placeholder included), tag and alarm of tree, replacing the file
-    // at path. The new contents go to a temporary file that replaces the old one only when it
-    // was written completely, so a failure never costs the file that was there. Returns false
-    // when tree is null, when the file cannot be opened, or when writing fails (a full disk, a
-    // quota); the tree is only read. In a folder that cannot take new files while the file
-    // itself is writable, the file is written in place, and a write error leaves it incomplete.
+    // at path, as FileAccess (fileAccess.h) describes: the file is replaced whole or left as it
+    // was, and not touched when it already holds the new content. Returns false when tree is
+    // null, when the file cannot be written (read-only, its folder cannot take a new file) or
+    // when writing fails (a full disk, a quota, the size limit), FileAccess::lastSaveError()
+    // telling why; the tree is only read.
     static bool writeToFile(FileDataTree *tree, QString path);
 
     // Writes the editor's channel and tag table models as a definition file without alarms
@@ -234,12 +251,15 @@ public:
     // encoding unless the file starts with a byte-order mark. The tree holds tags only, no
     // placeholder channel; each tag keeps the record defaults apart from VariableAddress, Name,
     // VariableType, VariableSize and PollFrequency (3). alternateTypeCodes adds 8 to every type
-    // code except LOGIC. Null only when the file cannot be opened.
+    // code except LOGIC. Null only when the file cannot be read: missing, not a regular file (a
+    // pipe or a device is never opened), no permission, or larger than FileAccess::MaxFileSize.
     static FileDataTree *loadTagsFromCSV(const QString &path, bool alternateTypeCodes);
     // The same import, also appending to `skipped` (when not null), in file order, every line
-    // left out for not having exactly four fields, empty lines included. The empty piece after
-    // a final line feed is the end of the file, not a line, and is not listed. When the file
-    // cannot be opened the result is null and `skipped` is left as it was.
+    // left out for not having exactly four fields, empty lines included, and every imported line
+    // that looks wrong (CsvSkippedLine_t::Problem), once per problem in the order of that enum.
+    // Lines left out are checked for quotes only. The empty piece after a final line feed is
+    // the end of the file, not a line, and is not listed. When the file cannot be read the
+    // result is null and `skipped` is left as it was.
     static FileDataTree *loadTagsFromCSV(const QString &path, bool alternateTypeCodes,
                                          QList<CsvSkippedLine_t> *skipped);
 };

@@ -59,7 +59,7 @@ public:
             const unsigned c = *p;
             if (c == '/') {
                 if (--depth < 0)
-                    return false;       // an end tag without its start tag
+                    return refuse(XmlLimits::Markup);   // an end tag without its start tag
                 p = findUnit(p + 1, e, '>');
             } else if (c == '?') {
                 skipPast(1, "?>");
@@ -74,11 +74,13 @@ public:
                 if (!doctype())
                     return false;
             } else {
-                return false;           // no other declaration is allowed here
+                return refuse(XmlLimits::Markup);   // no other declaration is allowed here
             }
         }
         return false;
     }
+
+    XmlLimits::Exceeded exceeded() const { return m_exceeded; }
 
 private:
     bool startsWith(const char *literal) const
@@ -148,7 +150,7 @@ private:
         if (found == entities.constEnd())
             return true;
         expanded += *found;
-        return expanded <= XmlLimits::MaxEntityExpansion;
+        return expanded <= XmlLimits::MaxEntityExpansion || refuse(XmlLimits::EntityExpansion);
     }
 
     // An attribute value from its opening quote on.
@@ -190,7 +192,7 @@ private:
                     return false;
             } else if (c == '>') {
                 ++p;
-                return ++depth <= XmlLimits::MaxDepth;
+                return ++depth <= XmlLimits::MaxDepth || refuse(XmlLimits::Depth);
             } else if (e - p > 1 && unsigned(p[1]) == '>') {
                 p += 2;                 // an empty element
                 return true;
@@ -247,7 +249,7 @@ private:
                 if (!markupDeclaration())
                     return false;
             } else {
-                return false;
+                return refuse(XmlLimits::Markup);
             }
         }
     }
@@ -258,7 +260,7 @@ private:
         p += 8;                         // "<!ENTITY"
         skipSpace();
         if (p < e && unsigned(*p) == '%')
-            return false;               // a parameter entity
+            return refuse(XmlLimits::Entities);     // a parameter entity
         const Char *name = p;
         while (p < e && !isSpace(*p) && unsigned(*p) != '"' && unsigned(*p) != '\''
                && unsigned(*p) != '>')
@@ -269,14 +271,14 @@ private:
             return true;
         const unsigned quote = *p;
         if (quote != '"' && quote != '\'')
-            return false;               // an external entity
+            return refuse(XmlLimits::Entities);     // an external entity
         const Char *value = ++p;
         p = findUnit(p, e, quote);
         if (p >= e)
             return true;
         for (const Char *c = value; c < p; ++c) {
             if (unsigned(*c) == '&' || unsigned(*c) == '%' || unsigned(*c) == '<')
-                return false;
+                return refuse(XmlLimits::Entities);
         }
         const QString key = entityKey(name, nameEnd);
         if (!entities.contains(key))    // the first declaration of a name counts
@@ -284,7 +286,7 @@ private:
         ++p;
         skipSpace();
         if (p < e && unsigned(*p) != '>')
-            return false;
+            return refuse(XmlLimits::Markup);
         if (p < e)
             ++p;
         return true;
@@ -297,13 +299,13 @@ private:
         while (p < e) {
             const unsigned c = *p;
             if (c == '&' || c == '%')
-                return false;
+                return refuse(XmlLimits::Entities);
             if (c == '"' || c == '\'') {
                 const Char *end = findUnit(p + 1, e, c);
                 if (std::find_if(p + 1, end, [](Char u) {
                         return unsigned(u) == '&' || unsigned(u) == '%';
                     }) != end)
-                    return false;
+                    return refuse(XmlLimits::Entities);
                 p = end < e ? end + 1 : e;
             } else if (c == '>') {
                 ++p;
@@ -315,8 +317,15 @@ private:
         return true;
     }
 
+    bool refuse(XmlLimits::Exceeded why)
+    {
+        m_exceeded = why;
+        return false;
+    }
+
     const Char *p;
     const Char *const e;
+    XmlLimits::Exceeded m_exceeded = XmlLimits::None;
     int depth = 0;
     QHash<QString, qint64> entities;    // declared name to the length of its text
     qint64 expanded = 0;
@@ -391,16 +400,23 @@ QTextCodec *parserCodec(const QByteArray &data)
 
 } // namespace
 
-bool checkXmlLimits(const QByteArray &data)
+XmlLimits::Exceeded xmlLimitExceeded(const QByteArray &data)
 {
     QTextCodec *codec = parserCodec(data);
     if (!codec) {
         // UTF-8 keeps every markup character as its own byte: the bytes can be followed as they
         // are.
         const auto *bytes = reinterpret_cast<const uchar *>(data.constData());
-        return Scanner<uchar>(bytes, bytes + data.size()).withinLimits();
+        Scanner<uchar> scanner(bytes, bytes + data.size());
+        return scanner.withinLimits() ? XmlLimits::None : scanner.exceeded();
     }
     const QString text = codec->toUnicode(data);
     const ushort *units = text.utf16();
-    return Scanner<ushort>(units, units + text.size()).withinLimits();
+    Scanner<ushort> scanner(units, units + text.size());
+    return scanner.withinLimits() ? XmlLimits::None : scanner.exceeded();
+}
+
+bool checkXmlLimits(const QByteArray &data)
+{
+    return xmlLimitExceeded(data) == XmlLimits::None;
 }

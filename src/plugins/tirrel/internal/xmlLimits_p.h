@@ -16,6 +16,16 @@ constexpr int MaxDepth = 1024;
 // Characters that references to declared entities may add to the document in total.
 constexpr qint64 MaxEntityExpansion = 1024 * 1024;
 
+// Which rule a refused document breaks.
+enum Exceeded {
+    None,
+    Depth,              // elements nested deeper than MaxDepth
+    Entities,           // entities other than plain texts, or references inside declarations
+    EntityExpansion,    // entity references adding more than MaxEntityExpansion characters
+    Markup              // markup that no well-formed document holds (an end tag without its
+                        // start tag, a declaration out of place): malformed
+};
+
 } // namespace XmlLimits
 
 // False when `data`, read as the DOM parser reads it (encoding from the byte-order mark or the
@@ -25,3 +35,5 @@ constexpr qint64 MaxEntityExpansion = 1024 * 1024;
 // otherwise, also for malformed documents, which the parser then refuses. One pass over the
 // bytes; documents in an encoding other than UTF-8 are decoded first.
 bool checkXmlLimits(const QByteArray &data);
+// The same check, telling which rule the document breaks first.
+XmlLimits::Exceeded xmlLimitExceeded(const QByteArray &data);

@@ -1,5 +1,6 @@
 #include "scadaEngine.h"
 #include "scadaEngine_p.h"
+#include "fileAccess.h"
 #include "safeSave_p.h"
 #include "scaFileFormat_p.h"
 #include "xmlLimits_p.h"
@@ -11,10 +12,13 @@
 #include <QFileInfo>
 #include <QHash>
 #include <QMessageBox>
-#include <QSaveFile>
 #include <QVarLengthArray>
 #include <QVector>
 #include <QXmlStreamWriter>
+
+#include <limits>
+
+#include <sys/stat.h>
 
 namespace {
 
@@ -164,9 +168,11 @@ void writeObject(QXmlStreamWriter &writer, const ScadaLibObject &object)
     writer.writeEndElement(); // </object>
 }
 
-// Puts a copy of `source` at `destination`, replacing a file there. The copy is written beside
-// the destination and renamed over it, so a source that cannot be read leaves the file already
-// there in place; a source that already is the destination is left alone.
+// Puts a copy of `source` at `destination`, replacing a file there even when it is read-only (as
+// removing it first would). The copy is written beside the destination and renamed over it, so
+// a source that cannot be read leaves the file already there in place; a source that already is
+// the destination is left alone. The copy takes the source's permission bits, as a plain copy
+// does.
 void copyImage(const QString &source, const QString &destination)
 {
     const QFileInfo sourceInfo(source);
@@ -180,22 +186,22 @@ void copyImage(const QString &source, const QString &destination)
     QFile in(source);
     if (!in.open(QIODevice::ReadOnly))
         return;
-    QSaveFile out(destination);
-    if (!out.open(QIODevice::WriteOnly))
-        return;
-    char buffer[64 * 1024];
-    bool copied = true;
-    for (;;) {
-        const qint64 n = in.read(buffer, sizeof buffer);
-        if (n == 0)
-            break;
-        if (n < 0 || out.write(buffer, n) != n) {
-            copied = false;
-            break;
+    struct stat st;
+    SaveOptions options;
+    options.replaceReadOnly = true;
+    options.permissions = ::fstat(in.handle(), &st) == 0 ? int(st.st_mode & 0777) : -1;
+    // Images are not read by the library; their size is the source's affair.
+    options.sizeLimit = std::numeric_limits<qint64>::max();
+    saveFileSafely(destination, options, [&in](QIODevice &out) {
+        char buffer[64 * 1024];
+        for (;;) {
+            const qint64 n = in.read(buffer, sizeof buffer);
+            if (n == 0)
+                return true;
+            if (n < 0 || out.write(buffer, n) != n)
+                return false;
         }
-    }
-    if (finishSave(out, copied) == SaveResult::Saved)
-        QFile::setPermissions(destination, in.permissions());
+    });
 }
 
 } // namespace
@@ -277,26 +283,25 @@ QString ScadaEngine::getUserLibPath() const
 
 bool ScadaEngine::readLibDir(QString path)
 {
-    QFile file(path);
-    if (!file.open(QIODevice::ReadOnly)) {
+    QByteArray data;
+    if (FileAccess::readFile(path, &data) != FileAccess::Read) {
         qDebug("%s", OpenErrorText);
         return false;
     }
-    const bool isUserLibrary = !file.fileName().contains(QLatin1String(StandardLibraryFile));
+    const bool isUserLibrary = !path.contains(QLatin1String(StandardLibraryFile));
     QList<ScadaLibObject *> objects;
-    if (!readObjectLibrary(file.readAll(), isUserLibrary, &objects))
+    if (!readObjectLibrary(data, isUserLibrary, &objects))
         return false;
     for (ScadaLibObject *object : qAsConst(objects))
         markUidUsed(object->objectUID);
     (isUserLibrary ? userLibObjects : libObjects) += objects;
-    file.close();
     return true;
 }
 
 bool ScadaEngine::saveUserLibraryFile(QList<ScadaLibObject *> objects)
 {
     const SaveResult result = saveFileSafely(userLibPath + QLatin1String(UserLibraryFile),
-                                             QIODevice::Truncate, [&objects](QIODevice &file) {
+                                             QIODevice::NotOpen, [&objects](QIODevice &file) {
         QXmlStreamWriter writer(&file);
         writer.setAutoFormatting(true);
         writer.writeStartDocument();
@@ -311,7 +316,7 @@ bool ScadaEngine::saveUserLibraryFile(QList<ScadaLibObject *> objects)
     });
     if (result == SaveResult::OpenFailed)
         qDebug("%s", OpenErrorText);
-    return result == SaveResult::Saved;
+    return succeeded(result);
 }
 
 void ScadaEngine::markUidUsed(int uid)

@@ -57,9 +57,10 @@ struct TIRREL_EXPORT ScadaLibObject
 // a decimal integer reads as empty or 0 ("m_val" 2.5 reads as 0). Images are read from image1
 // upwards and stop at the first missing number. Records read from a file whose name contains
 // "objlib.xml" are standard objects, all others user objects. A file that cannot be opened
-// reports "dosya acilamadi" on the debug output; one that is not well-formed XML, or that nests
-// elements more than 1024 deep or declares entities other than plain texts, is skipped
-// silently. Either way its list stays empty.
+// (missing, unreadable, not a regular file, or larger than FileAccess::MaxFileSize) reports
+// "dosya acilamadi" on the debug output; one that is not well-formed XML, or that nests elements
+// more than 1024 deep or declares entities other than plain texts, is skipped silently. Either
+// way its list stays empty.
 class TIRREL_EXPORT ScadaEngine : public QObject
 {
     Q_OBJECT
@@ -82,16 +83,19 @@ public:
     // a fresh objectUID, each of its images (paths of files anywhere) is copied into the user
     // image folder and becomes "images/<file name>", the whole user library file is rewritten,
     // and a modal box confirms the addition, even when the file could not be written. An image
-    // that already exists under the same file name is replaced only when its source can be
-    // read; other fields, isUserObject included, are kept as the caller set them.
+    // already in the folder under the same file name is replaced, even when it is read-only (as
+    // if removed first), but only once its source has been copied completely beside it: a source
+    // that is missing, cannot be read, or is that very file leaves it as it was. The copy takes
+    // the source's permission bits. Other fields, isUserObject included, are kept as the caller
+    // set them.
     void addUserObject(ScadaLibObject *object);
 
     // Writes `objects`, in list order, as the user library file: each with its name, category,
     // identifier and image file names only, texts without the characters XML cannot hold. The
-    // new file replaces the old one only once written completely. Returns false, leaving any
-    // earlier file in place, when the file cannot be opened ("dosya acilamadi" on the debug
-    // output) or written (a full disk, a quota). In a folder that cannot take new files while
-    // the file itself is writable, the file is written in place. Null entries are skipped.
+    // file is replaced whole or left as it was (FileAccess in fileAccess.h). Returns false,
+    // leaving any earlier file in place, when the file cannot be opened ("dosya acilamadi" on the
+    // debug output: read-only, or its folder cannot take a new file) or written (a full disk, a
+    // quota); FileAccess::lastSaveError() tells why. Null entries are skipped.
     bool saveUserLibraryFile(QList<ScadaLibObject *> objects);
 
 private:

@@ -259,5 +259,5 @@ bool ScaFileProcessor::saveFileData(ScaFileData *page, QString fileName)
         w.writeEndDocument();
         return !w.hasError();
     });
-    return result == SaveResult::Saved;
+    return succeeded(result);
 }

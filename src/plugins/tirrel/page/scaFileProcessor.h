@@ -30,11 +30,11 @@ public:
     // Writes the page to fileName, replacing the file: items grouped by kind, then the page
     // properties (with fileName as "fileName"), layers and scroll tags. Removes ";" and "," from
     // the page's layer names, in the page too; texts lose the characters XML cannot hold. The
-    // new content goes to a temporary file that replaces the old one only once it has been
-    // written completely. Returns false, leaving any existing file as it was, when page is null,
-    // when the file cannot be opened for writing, or when writing fails (a full disk, a quota).
-    // In a folder that cannot take new files while the file itself is writable, the file is
-    // written in place; a write error then leaves it incomplete and still returns false.
+    // file is replaced whole or left as it was, and not touched when it already holds the new
+    // content (FileAccess in fileAccess.h). Returns false, leaving any existing file as it was,
+    // when page is null, when the file cannot be written (read-only, its folder cannot take a
+    // new file) or when writing fails (a full disk, a quota, the size limit);
+    // FileAccess::lastSaveError() tells why.
     static bool saveFileData(ScaFileData *page, QString fileName);
 
     // Item readers: each reads one "Item" element and returns a new record, with its own base

@@ -5,8 +5,7 @@
 
 #include <QByteArray>
 #include <QDomDocument>
-#include <QFile>
-#include <QFileInfo>
+#include <QXmlStreamReader>
 
 namespace {
 
@@ -43,6 +42,40 @@ Start contentStart(const QByteArray &data)
     return Start::Other;
 }
 
+ProjectFileInfo_t::Kind kindOfRoot(const QString &root)
+{
+    if (root == PageXml::ScadaFile)
+        return ProjectFileInfo_t::PageFile;
+    if (root == DefinitionRoot)
+        return ProjectFileInfo_t::DefinitionFile;
+    if (root == ObjectLibraryRoot)
+        return ProjectFileInfo_t::ObjectLibraryFile;
+    return ProjectFileInfo_t::OtherXml;
+}
+
+QString limitMessage(XmlLimits::Exceeded exceeded)
+{
+    switch (exceeded) {
+    case XmlLimits::Depth:
+        return ProjectFileProbe::tr("the document nests elements more than %1 deep, the most the "
+                                    "readers take")
+            .arg(XmlLimits::MaxDepth);
+    case XmlLimits::Entities:
+        return ProjectFileProbe::tr("the document declares entities other than plain texts "
+                                    "(external or parameter entities, or entities holding markup "
+                                    "or references), which the readers do not take");
+    case XmlLimits::EntityExpansion:
+        return ProjectFileProbe::tr("the document's entities expand to more than %1 characters, "
+                                    "the most the readers take")
+            .arg(XmlLimits::MaxEntityExpansion);
+    case XmlLimits::Markup:
+    case XmlLimits::None:
+        break;
+    }
+    return ProjectFileProbe::tr("the markup is malformed: an end tag without its start tag, or "
+                                "a declaration where none may stand");
+}
+
 } // namespace
 
 ProjectFileProbe::ProjectFileProbe(QObject *parent)
@@ -68,13 +101,10 @@ ProjectFileInfo_t ProjectFileProbe::probe(const QByteArray &data)
         return info;
     }
 
-    if (!checkXmlLimits(data)) {
+    const XmlLimits::Exceeded exceeded = xmlLimitExceeded(data);
+    if (exceeded != XmlLimits::None) {
         info.kind = ProjectFileInfo_t::Malformed;
-        info.errorMessage = tr("the document nests elements more than %1 deep, declares entities "
-                               "other than plain texts, or expands entities to more than %2 "
-                               "characters")
-                                .arg(XmlLimits::MaxDepth)
-                                .arg(XmlLimits::MaxEntityExpansion);
+        info.errorMessage = limitMessage(exceeded);
         return info;
     }
     QDomDocument document;
@@ -90,49 +120,48 @@ ProjectFileInfo_t ProjectFileProbe::probe(const QByteArray &data)
     }
 
     info.rootElement = document.documentElement().tagName();
-    if (info.rootElement == PageXml::ScadaFile)
-        info.kind = ProjectFileInfo_t::PageFile;
-    else if (info.rootElement == DefinitionRoot)
-        info.kind = ProjectFileInfo_t::DefinitionFile;
-    else if (info.rootElement == ObjectLibraryRoot)
-        info.kind = ProjectFileInfo_t::ObjectLibraryFile;
-    else
-        info.kind = ProjectFileInfo_t::OtherXml;
+    info.kind = kindOfRoot(info.rootElement);
+    return info;
+}
+
+ProjectFileInfo_t ProjectFileProbe::probeRoot(const QByteArray &data)
+{
+    ProjectFileInfo_t info;
+    const Start start = contentStart(data);
+    if (start != Start::Markup) {
+        info.kind = start == Start::Blank ? ProjectFileInfo_t::Empty : ProjectFileInfo_t::NotXml;
+        return info;
+    }
+    QXmlStreamReader reader(data);
+    // Prefixes are part of the name, as for the readers, which do not process namespaces.
+    reader.setNamespaceProcessing(false);
+    while (!reader.atEnd()) {
+        if (reader.readNext() == QXmlStreamReader::StartElement) {
+            info.rootElement = reader.qualifiedName().toString();
+            info.kind = kindOfRoot(info.rootElement);
+            return info;
+        }
+    }
+    info.kind = ProjectFileInfo_t::Malformed;
+    info.errorMessage = reader.errorString();
+    info.errorLine = int(reader.lineNumber());
+    info.errorColumn = int(reader.columnNumber());
     return info;
 }
 
 ProjectFileInfo_t ProjectFileProbe::probeFile(const QString &path)
 {
     ProjectFileInfo_t info;
-    info.kind = ProjectFileInfo_t::Unreadable;
-    const QFileInfo fileInfo(path);
-    // Checked before opening: opening a pipe for reading would wait for a writer.
-    if (!fileInfo.exists()) {
-        info.errorMessage = tr("no such file");
-        return info;
-    }
-    if (fileInfo.isDir()) {
-        info.errorMessage = tr("a folder, not a file");
-        return info;
-    }
-    if (!fileInfo.isFile()) {
-        info.errorMessage = tr("not a regular file");
-        return info;
-    }
-    if (fileInfo.size() > MaxFileSize) {
+    QByteArray data;
+    switch (FileAccess::readFile(path, &data, &info.errorMessage)) {
+    case FileAccess::Read:
+        return probe(data);
+    case FileAccess::Unreadable:
+        info.kind = ProjectFileInfo_t::Unreadable;
+        break;
+    case FileAccess::TooLarge:
         info.kind = ProjectFileInfo_t::TooLarge;
-        info.errorMessage = tr("larger than %1 bytes").arg(MaxFileSize);
-        return info;
+        break;
     }
-    QFile file(path);
-    if (!file.open(QIODevice::ReadOnly)) {
-        info.errorMessage = file.errorString();
-        return info;
-    }
-    const QByteArray data = file.readAll();
-    if (file.error() != QFileDevice::NoError) {
-        info.errorMessage = file.errorString();
-        return info;
-    }
-    return probe(data);
+    return info;
 }

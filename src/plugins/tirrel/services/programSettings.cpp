@@ -108,6 +108,9 @@ void ProgramSettings::initSettings()
     const QString path = iniFilePath();
     const QString defaultLibDir = defaultLibraryDir();
     settings = new QSettings(path, QSettings::IniFormat);
+    // Qt's default, stated because it matters: the file is replaced whole or not written at all,
+    // never rewritten in place where its folder cannot take a new file.
+    settings->setAtomicSyncRequired(true);
 
     // The default library folder is made even when the file names another one.
     if (!QDir(defaultLibDir).exists())
