@@ -50,7 +50,7 @@ dictionary() {
         fi
         if [ "$name" != csv ]; then
             seeds "$name" | xargs cat \
-                | grep -oE '</?[A-Za-z_][A-Za-z0-9_]*|[A-Za-z_][A-Za-z0-9_]*="' \
+                | grep -aoE '</?[A-Za-z_][A-Za-z0-9_]*|[A-Za-z_][A-Za-z0-9_]*="' \
                 | sed 's/"/\\"/g' | sort -u | sed 's/.*/"&"/'
         else
             printf '"%s"\n' LOGIC WORD DWORD FLOAT LONG ULONG

@@ -8,6 +8,7 @@
 #include <QTextCodec>
 
 #include <algorithm>
+#include <limits>
 
 #if defined(__SSE2__)
 #include <emmintrin.h>
@@ -70,52 +71,32 @@ inline quint8 classOf(uchar c)
 template <quint8 Class>
 unsigned classMask(__m128i v)
 {
+    static_assert(Class == TextStop || Class == MarkupStop, "a class with a vector test");
     const auto is = [v](char c) { return _mm_cmpeq_epi8(v, _mm_set1_epi8(c)); };
     // Control characters but tab, line feed and carriage return, and bytes from 0x80 (negative).
-    const auto check = [&] {
-        return _mm_andnot_si128(_mm_or_si128(is('\t'), _mm_or_si128(is('\n'), is('\r'))),
-                                _mm_cmplt_epi8(v, _mm_set1_epi8(0x20)));
-    };
-    // lo <= v <= hi, for ASCII bounds
-    const auto range = [](__m128i x, char lo, char hi) {
-        return _mm_cmplt_epi8(_mm_add_epi8(x, _mm_set1_epi8(char(-128 - lo))),
-                              _mm_set1_epi8(char(-128 + (hi - lo) + 1)));
-    };
-    __m128i m;
-    if constexpr (Class == Space) {
-        m = _mm_or_si128(_mm_or_si128(is(' '), is('\n')), _mm_or_si128(is('\t'), is('\r')));
-    } else if constexpr (Class == NameChar) {
-        m = _mm_or_si128(_mm_or_si128(range(_mm_or_si128(v, _mm_set1_epi8(0x20)), 'a', 'z'),
-                                      range(v, '0', '9')),
-                         _mm_or_si128(is('_'), _mm_or_si128(is('-'), is('.'))));
-    } else if constexpr (Class == TextStop) {
-        m = _mm_or_si128(_mm_or_si128(is('<'), is('&')), _mm_or_si128(is(']'), check()));
-    } else if constexpr (Class == ValueStop) {
-        m = _mm_or_si128(_mm_or_si128(_mm_or_si128(is('<'), is('&')), _mm_or_si128(is('"'), is('\''))),
-                         check());
-    } else {
-        static_assert(Class == MarkupStop, "a class of the scanning loops");
-        m = _mm_or_si128(_mm_or_si128(is('-'), is('?')), _mm_or_si128(is(']'), check()));
-    }
-    return unsigned(_mm_movemask_epi8(m));
+    const __m128i check = _mm_andnot_si128(_mm_or_si128(is('\t'), _mm_or_si128(is('\n'), is('\r'))),
+                                           _mm_cmplt_epi8(v, _mm_set1_epi8(0x20)));
+    const __m128i stops = Class == TextStop ? _mm_or_si128(_mm_or_si128(is('<'), is('&')), is(']'))
+                                            : _mm_or_si128(_mm_or_si128(is('-'), is('?')), is(']'));
+    return unsigned(_mm_movemask_epi8(_mm_or_si128(stops, check)));
 }
 #endif
 
-// The first byte from q on that is (Inside: is not) in the class, or end. Sixteen bytes at a
-// time where there are sixteen.
-template <quint8 Class, bool Inside>
-inline const uchar *scan(const uchar *q, const uchar *end)
+// The first byte from q on that is in the class, or end: runs of character data, which can be
+// long, sixteen bytes at a time. (Names, values and white space are mostly too short for that
+// to pay.)
+template <quint8 Class>
+inline const uchar *scanTo(const uchar *q, const uchar *end)
 {
 #if defined(__SSE2__)
     while (end - q >= 16) {
-        const unsigned in = classMask<Class>(_mm_loadu_si128(reinterpret_cast<const __m128i *>(q)));
-        const unsigned stop = (Inside ? ~in : in) & 0xffffu;
+        const unsigned stop = classMask<Class>(_mm_loadu_si128(reinterpret_cast<const __m128i *>(q)));
         if (stop)
             return q + __builtin_ctz(stop);
         q += 16;
     }
 #endif
-    while (q < end && bool(classOf(*q) & Class) == Inside)
+    while (q < end && !(classOf(*q) & Class))
         ++q;
     return q;
 }
@@ -162,23 +143,25 @@ int utf8Sequence(const uchar *p, const uchar *end, uint *code)
     return 0;
 }
 
-void appendUtf8(std::vector<char> &out, uint c)
+// Writes c as UTF-8 at out and returns the end.
+uchar *putUtf8(uint c, uchar *out)
 {
     if (c < 0x80) {
-        out.push_back(char(c));
+        *out++ = uchar(c);
     } else if (c < 0x800) {
-        out.push_back(char(0xc0 | (c >> 6)));
-        out.push_back(char(0x80 | (c & 0x3f)));
+        *out++ = uchar(0xc0 | (c >> 6));
+        *out++ = uchar(0x80 | (c & 0x3f));
     } else if (c < 0x10000) {
-        out.push_back(char(0xe0 | (c >> 12)));
-        out.push_back(char(0x80 | ((c >> 6) & 0x3f)));
-        out.push_back(char(0x80 | (c & 0x3f)));
+        *out++ = uchar(0xe0 | (c >> 12));
+        *out++ = uchar(0x80 | ((c >> 6) & 0x3f));
+        *out++ = uchar(0x80 | (c & 0x3f));
     } else {
-        out.push_back(char(0xf0 | (c >> 18)));
-        out.push_back(char(0x80 | ((c >> 12) & 0x3f)));
-        out.push_back(char(0x80 | ((c >> 6) & 0x3f)));
-        out.push_back(char(0x80 | (c & 0x3f)));
+        *out++ = uchar(0xf0 | (c >> 18));
+        *out++ = uchar(0x80 | ((c >> 12) & 0x3f));
+        *out++ = uchar(0x80 | ((c >> 6) & 0x3f));
+        *out++ = uchar(0x80 | (c & 0x3f));
     }
+    return out;
 }
 
 int hexDigit(uchar c)
@@ -340,9 +323,12 @@ private:
         if (end - q >= 1)
             count(q, end - 1, &counts);
         counts.tags += 1;                       // a '<' in the last byte
-        t.m_elements.reserve(counts.tags);
-        t.m_attributes.reserve(counts.equals);
-        t.m_texts.reserve(counts.texts);
+        // No more than a well-formed document of this size can hold ("<a/>", ' a=""', "x<a>"),
+        // however many '<' a malformed one has.
+        const std::size_t size = std::size_t(end - begin);
+        t.m_elements.reserve(std::min(counts.tags, size / 4 + 1));
+        t.m_attributes.reserve(std::min(counts.equals, size / 5 + 1));
+        t.m_texts.reserve(std::min(counts.texts, size / 4 + 1));
     }
 
     struct Open
@@ -369,7 +355,8 @@ private:
     bool skipSpace()
     {
         const uchar *from = p;
-        while (p < end && (classOf(*p) & Space)) ++p;
+        while (p < end && (classOf(*p) & Space))
+            ++p;
         return p != from;
     }
 
@@ -388,8 +375,10 @@ private:
             const uchar *amp = hit ? static_cast<const uchar *>(hit) : to;
             t.m_arena.insert(t.m_arena.end(), q, amp);
             q = amp;
-            if (q < to)
-                appendUtf8(t.m_arena, resolveReference(q));
+            if (q < to) {
+                uchar character[4];
+                t.m_arena.insert(t.m_arena.end(), character, putUtf8(resolveReference(q), character));
+            }
         }
         return Span{offset, quint32(t.m_inputSize + t.m_arena.size() - offset)};
     }
@@ -439,7 +428,8 @@ private:
             return true;
         }
         const uchar *name = p;
-        while (p < end && (classOf(*p) & NameChar)) ++p;
+        while (p < end && (classOf(*p) & NameChar))
+            ++p;
         if (p >= end || *p != ';' || p == name)
             return malformed("invalid entity reference", at);
         const std::size_t n = std::size_t(p - name);
@@ -469,7 +459,8 @@ private:
         if (p < end && (classOf(*p) & NameStart)) {
             ++p;
             for (;;) {
-                while (p < end && (classOf(*p) & NameChar)) ++p;
+                while (p < end && (classOf(*p) & NameChar))
+                    ++p;
                 if (colon && p + 1 < end && *p == ':' && (classOf(p[1]) & NameStart)) {
                     colon = false;
                     p += 2;
@@ -553,7 +544,7 @@ private:
     {
         p += 4;                                 // "<!--"
         for (;;) {
-            p = scan<MarkupStop, false>(p, end);
+            p = scanTo<MarkupStop>(p, end);
             if (p >= end)
                 return unexpectedEnd();
             if (*p == '-') {
@@ -593,7 +584,7 @@ private:
         if (!skipSpace())
             return malformed("white space expected after the target");
         for (;;) {
-            p = scan<MarkupStop, false>(p, end);
+            p = scanTo<MarkupStop>(p, end);
             if (p >= end)
                 return unexpectedEnd();
             if (*p == '?' && p + 1 < end && p[1] == '>') {
@@ -615,7 +606,7 @@ private:
         p += 9;                                 // "<![CDATA["
         const uchar *from = p;
         for (;;) {
-            p = scan<MarkupStop, false>(p, end);
+            p = scanTo<MarkupStop>(p, end);
             if (p >= end)
                 return unexpectedEnd();
             if (*p == ']' && end - p >= 3 && p[1] == ']' && p[2] == '>')
@@ -642,7 +633,8 @@ private:
         bool references = false;
         uint c;
         for (;;) {
-            while (p < end && (classOf(*p) & Space)) ++p;
+            while (p < end && (classOf(*p) & Space))
+                ++p;
             if (p >= end || *p == '<')
                 return true;
             if (*p == '&') {
@@ -659,7 +651,7 @@ private:
                 break;
         }
         for (;;) {
-            p = scan<TextStop, false>(p, end);
+            p = scanTo<TextStop>(p, end);
             if (p >= end || *p == '<')
                 break;
             if (*p == '&') {
@@ -686,7 +678,8 @@ private:
         const uchar *from = p;
         bool references = false;
         for (;;) {
-            while (p < end && !(classOf(*p) & ValueStop)) ++p;
+            while (p < end && !(classOf(*p) & ValueStop))
+                ++p;
             if (p >= end)
                 return unexpectedEnd();
             if (*p == quote)
@@ -943,10 +936,26 @@ private:
 
 namespace {
 
+// The DOM decodes UTF-8 in blocks, and its decoder drops a byte-order mark that is the first
+// character it decodes from a block, wherever the block lies in the document. The position of a
+// mark that may be that (near the start of a block other than the first), or null.
+const char *markAtBlockStart(const QByteArray &bytes)
+{
+    const char *const data = bytes.constData();
+    for (int block = DecodeBlock; block - 2 < bytes.size(); block += DecodeBlock) {
+        const int last = qMin(block + 3, bytes.size() - 3);   // after a character of 4 bytes
+        for (int i = block - 2; i <= last; ++i) {
+            if (std::memcmp(data + i, "\xef\xbb\xbf", 3) == 0)
+                return data + i;
+        }
+    }
+    return nullptr;
+}
+
 // UTF-16 to UTF-8; false at an unpaired surrogate, with `out` holding the text before it.
 bool toUtf8(const QString &text, QByteArray *out)
 {
-    out->resize(text.size() * 3);
+    out->resize(text.size() * 3);           // the caller makes sure this fits
     uchar *o = reinterpret_cast<uchar *>(out->data());
     const ushort *u = text.utf16();
     const ushort *const end = u + text.size();
@@ -961,21 +970,7 @@ bool toUtf8(const QString &text, QByteArray *out)
             c = QChar::surrogateToUcs4(ushort(c), u[1]);
             ++u;
         }
-        if (c < 0x80) {
-            *o++ = uchar(c);
-        } else if (c < 0x800) {
-            *o++ = uchar(0xc0 | (c >> 6));
-            *o++ = uchar(0x80 | (c & 0x3f));
-        } else if (c < 0x10000) {
-            *o++ = uchar(0xe0 | (c >> 12));
-            *o++ = uchar(0x80 | ((c >> 6) & 0x3f));
-            *o++ = uchar(0x80 | (c & 0x3f));
-        } else {
-            *o++ = uchar(0xf0 | (c >> 18));
-            *o++ = uchar(0x80 | ((c >> 12) & 0x3f));
-            *o++ = uchar(0x80 | ((c >> 6) & 0x3f));
-            *o++ = uchar(0x80 | (c & 0x3f));
-        }
+        o = putUtf8(c, o);
     }
     out->resize(int(o - reinterpret_cast<uchar *>(out->data())));
     return ok;
@@ -997,9 +992,17 @@ void XmlTree::clear()
 XmlTree::Result XmlTree::parse(const QByteArray &bytes)
 {
     clear();
+    Result result;
+    const auto refuse = [this, &result](Verdict verdict, const char *message, const char *at) {
+        result.verdict = verdict;
+        result.message = message;
+        const auto *text = reinterpret_cast<const uchar *>(m_input.constData());
+        locateIn(text, at ? text + (at - m_input.constData()) : text, &result);
+        clear();
+        return result;
+    };
     int start = 0;
     int mib = Utf8Mib;
-    bool decodedWhole = true;
     if (QTextCodec *codec = xmlParserCodec(bytes)) {
         // Decoded as the DOM's input source decodes: block by block, through one decoder.
         mib = codec->mibEnum();
@@ -1007,22 +1010,20 @@ XmlTree::Result XmlTree::parse(const QByteArray &bytes)
         QString text;
         for (int i = 0; i < bytes.size(); i += DecodeBlock)
             text += decoder->toUnicode(bytes.constData() + i, qMin(DecodeBlock, bytes.size() - i));
-        decodedWhole = toUtf8(text, &m_input);
+        if (text.size() > std::numeric_limits<int>::max() / 3)
+            return refuse(Verdict::Unsupported, "document too large to decode", nullptr);
+        if (!toUtf8(text, &m_input))
+            return refuse(Verdict::Malformed, "unpaired surrogate", m_input.constEnd());
     } else {
         m_input = bytes;
         if (bytes.startsWith("\xef\xbb\xbf"))
             start = 3;                  // the decoder drops a byte-order mark
+        if (const char *mark = markAtBlockStart(m_input))
+            return refuse(Verdict::Unsupported, "byte-order mark where the DOM's decoder drops it", mark);
     }
-    Result result;
-    if (decodedWhole) {
-        m_base = m_input.constData();
-        m_inputSize = quint32(m_input.size());
-        result = Parser(*this, start, mib).run();
-    } else {
-        result.message = "unpaired surrogate";
-        const auto *text = reinterpret_cast<const uchar *>(m_input.constData());
-        locateIn(text, text + m_input.size(), &result);
-    }
+    m_base = m_input.constData();
+    m_inputSize = quint32(m_input.size());
+    result = Parser(*this, start, mib).run();
     if (!result.accepted())
         clear();
     return result;

@@ -20,8 +20,14 @@
 //  - names with characters other than ASCII letters, digits, '_', '-', '.' and one ':' inside
 //    (the DOM's and the stream reader's rules for other names differ);
 //  - references to characters past U+FFFF (the DOM keeps their low 16 bits only);
-//  - bytes the DOM's decoder would replace: invalid UTF-8, unpaired UTF-16 surrogates, and an
-//    encoding declared in the XML declaration that is not the one the DOM reads with.
+//  - bytes the DOM's decoder would replace or drop: invalid UTF-8, unpaired UTF-16 surrogates,
+//    a byte-order mark inside a UTF-8 document near a multiple of 1,024 bytes (the decoder
+//    drops a mark that starts a block), and an encoding declared in the XML declaration that is
+//    not the one the DOM reads with.
+//
+// A reader parses with the tree first and, when it refuses, reads the same bytes the DOM way as
+// before (checkXmlLimits, then QDomDocument::setContent). A document the tree takes is within
+// those limits already: it is nested no deeper, and without a DTD it has no entities.
 //
 // Documents in UTF-8 are parsed where they lie; others are decoded exactly as the DOM decodes
 // them (see xmlParserCodec) into UTF-8 first. Only values with references get bytes of their
@@ -37,7 +43,8 @@
 
 class XmlTree;
 
-// An element of an XmlTree (or a null node). A small value, valid while its tree lives.
+// An element of an XmlTree (or a null node). A small value, valid while its tree lives and holds
+// the same document; so are the values it gives.
 class TIRREL_AUTOTEST_EXPORT TreeNode
 {
 public:
