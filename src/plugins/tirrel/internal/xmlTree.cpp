@@ -540,23 +540,24 @@ private:
         return true;
     }
 
-    bool comment()
+    // The content of a comment, processing instruction or CDATA section up to and past its
+    // terminator ("-->", "?>", "]]>"), with its characters checked; the content ends at
+    // *contentEnd.
+    bool markupContent(const char *terminator, const uchar **contentEnd = nullptr)
     {
-        p += 4;                                 // "<!--"
         for (;;) {
             p = scanTo<MarkupStop>(p, end);
             if (p >= end)
                 return unexpectedEnd();
-            if (*p == '-') {
-                if (p + 1 < end && p[1] == '-') {
-                    if (p + 2 < end && p[2] == '>') {
-                        p += 3;
-                        return true;
-                    }
-                    return malformed("'--' in a comment");
-                }
-                ++p;
-            } else if (*p == '?' || *p == ']') {
+            if (*p == uchar(terminator[0]) && startsWith(p, end, terminator)) {
+                if (contentEnd)
+                    *contentEnd = p;
+                p += std::strlen(terminator);
+                return true;
+            }
+            if (terminator[0] == '-' && *p == '-' && p + 1 < end && p[1] == '-')
+                return malformed("'--' in a comment");
+            if (*p == '?' || *p == '-' || *p == ']') {
                 ++p;
             } else {
                 uint c;
@@ -564,6 +565,12 @@ private:
                     return false;
             }
         }
+    }
+
+    bool comment()
+    {
+        p += 4;                                 // "<!--"
+        return markupContent("-->");
     }
 
     bool processingInstruction()
@@ -583,45 +590,18 @@ private:
         }
         if (!skipSpace())
             return malformed("white space expected after the target");
-        for (;;) {
-            p = scanTo<MarkupStop>(p, end);
-            if (p >= end)
-                return unexpectedEnd();
-            if (*p == '?' && p + 1 < end && p[1] == '>') {
-                p += 2;
-                return true;
-            }
-            if (*p == '?' || *p == '-' || *p == ']') {
-                ++p;
-            } else {
-                uint c;
-                if (!character(&c))
-                    return false;
-            }
-        }
+        return markupContent("?>");
     }
 
     bool cdata()
     {
         p += 9;                                 // "<![CDATA["
         const uchar *from = p;
-        for (;;) {
-            p = scanTo<MarkupStop>(p, end);
-            if (p >= end)
-                return unexpectedEnd();
-            if (*p == ']' && end - p >= 3 && p[1] == ']' && p[2] == '>')
-                break;
-            if (*p == '?' || *p == '-' || *p == ']') {
-                ++p;
-            } else {
-                uint c;
-                if (!character(&c))
-                    return false;
-            }
-        }
+        const uchar *to = nullptr;
+        if (!markupContent("]]>", &to))
+            return false;
         // A CDATA section is kept even when it is empty or all white space.
-        t.m_texts.push_back(span(from, p));
-        p += 3;
+        t.m_texts.push_back(span(from, to));
         return true;
     }
 
