@@ -2,11 +2,13 @@
 // leaves behind once the page and its records are deleted. One measurement per process:
 //
 //   tirrel_memprobe dom  <items | page file>    QDomDocument::setContent on the bytes
+//   tirrel_memprobe tree <items | page file>    the library's XML tree (XmlTree::parse)
 //   tirrel_memprobe load <items | page file>    ScaFileProcessor::loadFileData, then deletion
 //
 // A number of items stands for the generated page of that size (the benchmarks' generator and
 // seed). Prints one JSON object: bytes of the file, peak heap growth over the start of the
-// operation, heap still held after it (load: with the page alive, and after deleting it), and
+// operation, heap still held after it (load: with the page alive, and after deleting it; tree:
+// with the tree alive under "heap_with_page"), and
 // the peak resident-set growth as the kernel saw it.
 //
 // The heap is counted by this program's own malloc family, which forwards to the C library's
@@ -19,6 +21,7 @@
 #include "tirrelGen.h"
 
 #include <scaFileProcessor.h>
+#include <xmlTree_p.h>
 
 #include <QDomDocument>
 #include <QFile>
@@ -158,11 +161,14 @@ int main(int argc, char **argv)
         qputenv("QT_QPA_PLATFORM", "offscreen");
     QGuiApplication app(argc, argv);
     qInstallMessageHandler([](QtMsgType, const QMessageLogContext &, const QString &) {});
-    if (argc < 3 || (qstrcmp(argv[1], "dom") != 0 && qstrcmp(argv[1], "load") != 0)) {
-        std::fprintf(stderr, "usage: %s dom|load <items | page file>\n", argv[0]);
+    if (argc < 3
+            || (qstrcmp(argv[1], "dom") != 0 && qstrcmp(argv[1], "load") != 0
+                && qstrcmp(argv[1], "tree") != 0)) {
+        std::fprintf(stderr, "usage: %s dom|tree|load <items | page file>\n", argv[0]);
         return 2;
     }
     const bool load = qstrcmp(argv[1], "load") == 0;
+    const bool tree = qstrcmp(argv[1], "tree") == 0;
     const QByteArray bytes = pageBytes(QString::fromLocal8Bit(argv[2]));
     if (bytes.isEmpty()) {
         std::fprintf(stderr, "no page bytes\n");
@@ -176,6 +182,8 @@ int main(int argc, char **argv)
         const QByteArray small = TirrelGen::page(request).bytes;
         if (load)
             Bench::deletePage(ScaFileProcessor::loadFileData(small, QStringLiteral("warm-up.xml")));
+        else if (tree)
+            XmlTree().parse(small);
         else
             parse(small);
     }
@@ -194,6 +202,16 @@ int main(int argc, char **argv)
         }
         withPage = g_live.load() - base;
         Bench::deletePage(page);
+        retained = g_live.load() - base;
+    } else if (tree) {
+        {
+            XmlTree parsed;
+            if (!parsed.parse(bytes).accepted()) {
+                std::fprintf(stderr, "the tree refused the page\n");
+                return 1;
+            }
+            withPage = g_live.load() - base;
+        }
         retained = g_live.load() - base;
     } else {
         parse(bytes);

@@ -18,6 +18,7 @@ LOAD_TARGET = 1.3      # load / DOM floor
 SAVE_TARGET = 1.5      # save / writer floor
 LINEAR_TARGET = 12.0   # largest size / middle size (10x)
 MEMORY_TARGET = 1.2    # peak heap of the page load / peak heap of the DOM parse
+TREE_TARGET = 0.1      # the library's XML tree parse / DOM floor
 # What "nothing retained" allows for: heap still held after deleting the page and its records.
 RETAINED_LIMIT = 64 * 1024
 
@@ -43,6 +44,8 @@ OPERATIONS = {
     "project_get_file_name_containing_block": ("getFileNameContainingBlock", "pages", None, None),
     "project_get_project_components": ("getProjectComponents", "pages", None, None),
     "project_request_unique_id": ("requestUniqueId", "pages", None, None),
+    "xml_tree_parse": ("XML tree parse (page)", "items", "DOM", TREE_TARGET),
+    "xml_tree_parse_definitions": ("XML tree parse (definitions)", "tags", "DOM", TREE_TARGET),
     "library_load": ("object library load", "objects", None, None),
     "library_add_object": ("addUserObject (chooseaUID)", "objects", None, None),
 }

@@ -4,7 +4,8 @@
 #
 #   fuzz/run.sh                      every harness for 900 seconds
 #   fuzz/run.sh 60                   every harness for 60 seconds
-#   fuzz/run.sh 300 page csv         only these harnesses (page, definitions, csv, library)
+#   fuzz/run.sh 300 page csv         only these harnesses (page, definitions, csv, library,
+#                                    xmltree)
 #
 # BUILD_DIR (default: build-fuzz) is the clang build directory, JOBS the parallel build jobs.
 # Corpora grow in $BUILD_DIR/fuzz-corpus/<harness>/ and are seeded from tests/data/ on every
@@ -19,7 +20,7 @@ jobs=${JOBS:-2}
 seconds=${1:-900}
 shift || true
 harnesses=("$@")
-[ ${#harnesses[@]} -eq 0 ] && harnesses=(page definitions csv library)
+[ ${#harnesses[@]} -eq 0 ] && harnesses=(page definitions csv library xmltree)
 
 CC=clang CXX=clang++ cmake -S "$here" -B "$build" -G Ninja -DCMAKE_BUILD_TYPE=RelWithDebInfo \
     -DTIRREL_BUILD_FUZZ=ON -DBUILD_TESTING=OFF -DTIRREL_BUILD_EXAMPLES=OFF \
@@ -32,6 +33,7 @@ seeds() {
         definitions) ls "$here"/tests/data/defs/*.xml ;;
         csv)         ls "$here"/tests/data/csv/*.csv ;;
         library)     ls "$here"/tests/data/library/*.xml ;;
+        xmltree)     find "$here"/tests/data "$here"/examples -name '*.xml' ;;
     esac
 }
 
@@ -41,9 +43,14 @@ dictionary() {
     {
         printf '"%s"\n' '<?xml version="1.0" encoding="UTF-8"?>' '<![CDATA[' ']]>' '<!--' '-->' \
             '<!DOCTYPE' '<!ENTITY' '&amp;' '&#' '/>' '</' '="' ';' '{' '}' ':' '"'
+        if [ "$name" = xmltree ]; then
+            printf '"%s"\n' '<?' '?>' '&#x' '&lt;' '&gt;' '&quot;' '&apos;' ' encoding="' \
+                ' standalone="yes"' 'version="1.0"' 'UTF-16' 'windows-1252' '<!DOCTYPE a>' \
+                '\xef\xbb\xbf' '\x00' '\x0d\x0a' '\xc2\xa0' '\xe3\x80\x80' '&#32;' '&#160;'
+        fi
         if [ "$name" != csv ]; then
             seeds "$name" | xargs cat \
-                | grep -oE '</?[A-Za-z_][A-Za-z0-9_]*|[A-Za-z_][A-Za-z0-9_]*="' \
+                | grep -aoE '</?[A-Za-z_][A-Za-z0-9_]*|[A-Za-z_][A-Za-z0-9_]*="' \
                 | sed 's/"/\\"/g' | sort -u | sed 's/.*/"&"/'
         else
             printf '"%s"\n' LOGIC WORD DWORD FLOAT LONG ULONG

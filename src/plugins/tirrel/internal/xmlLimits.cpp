@@ -348,9 +348,9 @@ Text declaredEncoding(const Text &text)
     return first < end ? text.mid(first, pos - first) : Text();
 }
 
-// The codec the DOM parser decodes data with, or null for UTF-8: from a byte-order mark or the
-// first bytes, then from an XML declaration in the first block the parser reads.
-QTextCodec *parserCodec(const QByteArray &data)
+} // namespace
+
+QTextCodec *xmlParserCodec(const QByteArray &data)
 {
     const int firstBlock = 1024;
     int mib = Utf8Mib;
@@ -398,11 +398,9 @@ QTextCodec *parserCodec(const QByteArray &data)
     return declared->mibEnum() == Utf8Mib ? nullptr : declared;
 }
 
-} // namespace
-
 XmlLimits::Exceeded xmlLimitExceeded(const QByteArray &data)
 {
-    QTextCodec *codec = parserCodec(data);
+    QTextCodec *codec = xmlParserCodec(data);
     if (!codec) {
         // UTF-8 keeps every markup character as its own byte: the bytes can be followed as they
         // are.

@@ -1,7 +1,11 @@
 #pragma once
 
+#include "tirrel_global.h"
+
 #include <QByteArray>
 #include <QtGlobal>
+
+class QTextCodec;
 
 // Limits that every XML file the library reads must keep before it reaches the DOM parser.
 // The parser itself would overflow the stack on deep nesting, slows down with the square of the
@@ -34,6 +38,11 @@ enum Exceeded {
 // markup), or expands its entities to more than XmlLimits::MaxEntityExpansion characters. True
 // otherwise, also for malformed documents, which the parser then refuses. One pass over the
 // bytes; documents in an encoding other than UTF-8 are decoded first.
-bool checkXmlLimits(const QByteArray &data);
+TIRREL_AUTOTEST_EXPORT bool checkXmlLimits(const QByteArray &data);
 // The same check, telling which rule the document breaks first.
 XmlLimits::Exceeded xmlLimitExceeded(const QByteArray &data);
+
+// The codec the DOM parser decodes `data` with, or null for UTF-8: from a byte-order mark or the
+// first bytes, then from an XML declaration in the first block the parser reads (1,024 bytes).
+// The parser decodes the bytes block by block with one decoder of this codec.
+QTextCodec *xmlParserCodec(const QByteArray &data);

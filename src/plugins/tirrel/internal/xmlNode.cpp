@@ -62,9 +62,19 @@ QString XmlValue::toString() const
         return text;
     }
     case Utf8:
-        return m_size == 0 ? QString() : QString::fromUtf8(m_utf8, m_size);
+        return fromUtf8(m_utf8, m_size);
     }
     return QString();
+}
+
+QString XmlValue::fromUtf8(const char *utf8, int size)
+{
+    int marks = 0;
+    while (size - 3 * marks >= 3 && std::memcmp(utf8 + 3 * marks, "\xef\xbb\xbf", 3) == 0)
+        ++marks;
+    if (marks == 0)
+        return QString::fromUtf8(utf8, size);   // empty, not null, for an empty value
+    return QString(marks, QChar(0xfeff)) + QString::fromUtf8(utf8 + 3 * marks, size - 3 * marks);
 }
 
 int XmlValue::toInt() const
@@ -74,7 +84,7 @@ int XmlValue::toInt() const
         if (plainInteger(reinterpret_cast<const uchar *>(m_utf8), m_size, 10, &v)
                 && v >= std::numeric_limits<int>::min() && v <= std::numeric_limits<int>::max())
             return int(v);
-        return QString::fromUtf8(m_utf8, m_size).toInt();
+        return fromUtf8(m_utf8, m_size).toInt();
     }
     if (plainInteger(m_string.utf16(), m_string.size(), 10, &v)
             && v >= std::numeric_limits<int>::min() && v <= std::numeric_limits<int>::max())

@@ -54,7 +54,7 @@ private:
 
 // A list of names with each one's index, for readers that look for many children of one
 // element in a single pass (see ChildElements). The first of equal names wins.
-class XmlNames
+class TIRREL_AUTOTEST_EXPORT XmlNames
 {
 public:
     XmlNames(const XmlName *const *names, int count);
@@ -85,8 +85,9 @@ class TIRREL_AUTOTEST_EXPORT XmlValue
 public:
     XmlValue() = default;                       // missing
     explicit XmlValue(const QString &text) : m_string(text), m_kind(String) {}
-    // UTF-8 held elsewhere (the tree's buffer), already decoded: references resolved, line ends
-    // and attribute white space normalised as the DOM parser does.
+    // UTF-8 held elsewhere (the tree's buffer), already as the DOM parser gives it: references
+    // resolved, line ends and white space as the document has them. Never null: a size of 0 is
+    // an empty value.
     XmlValue(const char *utf8, int size) : m_utf8(utf8), m_size(size), m_kind(Utf8) {}
 
     bool isMissing() const { return m_kind == Missing; }
@@ -94,6 +95,9 @@ public:
 
     // A missing value gives a null string, an empty one an empty (non-null) string.
     QString toString() const;
+    // QString::fromUtf8, but for a byte-order mark at the start: in a value it is a character,
+    // which QString::fromUtf8 drops.
+    static QString fromUtf8(const char *utf8, int size);
     int toInt() const;
     uint toUInt() const;
     qint64 toInt64() const;
