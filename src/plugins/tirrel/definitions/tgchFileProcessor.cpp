@@ -1,7 +1,7 @@
 #include "tgchFileProcessor.h"
 
 #include "safeSave_p.h"
-#include "scaFileFormat_p.h"
+#include "xmlWrite_p.h"
 #include "xmlLimits_p.h"
 
 #include <QBuffer>
@@ -122,13 +122,13 @@ QString formatSubscribers(const QList<qint32> &list)
 // writing anything sensible after an unpaired surrogate.
 void writeText(QXmlStreamWriter &w, const QString &name, const QString &text)
 {
-    w.writeTextElement(name, PageXml::xmlSafe(text));
+    w.writeTextElement(name, xmlSafe(text));
 }
 
 void writeCData(QXmlStreamWriter &w, const QString &name, const QString &text)
 {
     w.writeStartElement(name);
-    w.writeCDATA(PageXml::xmlSafe(text));   // splits a "]]>" inside the text over two sections
+    w.writeCDATA(xmlSafe(text));   // splits a "]]>" inside the text over two sections
     w.writeEndElement();
 }
 

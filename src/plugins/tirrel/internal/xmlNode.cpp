@@ -1,5 +1,6 @@
 #include "xmlNode_p.h"
 
+#include <cstring>
 #include <limits>
 
 namespace {
@@ -65,6 +66,19 @@ QString XmlValue::toString() const
         return m_size == 0 ? QString() : QString::fromUtf8(m_utf8, m_size);
     }
     return QString();
+}
+
+bool XmlValue::is(QLatin1String text) const
+{
+    switch (m_kind) {
+    case Missing:
+        return false;
+    case String:
+        return m_string == text;
+    case Utf8:
+        return m_size == text.size() && std::memcmp(m_utf8, text.data(), size_t(m_size)) == 0;
+    }
+    return false;
 }
 
 int XmlValue::toInt() const

@@ -36,19 +36,28 @@
 class XmlName
 {
 public:
+    XmlName() = default;    // no name
     explicit XmlName(const char *latin1)
         : m_latin1(latin1), m_size(int(std::strlen(latin1))), m_string(QString::fromLatin1(latin1))
     {
     }
 
+    bool isNull() const { return !m_latin1; }
     const char *latin1() const { return m_latin1; }
     int size() const { return m_size; }
     const QString &string() const { return m_string; }
     operator const QString &() const { return m_string; }
 
+    bool operator==(const XmlName &other) const
+    {
+        return m_size == other.m_size
+                && (m_latin1 == other.m_latin1 || std::memcmp(m_latin1, other.m_latin1, size_t(m_size)) == 0);
+    }
+    bool operator!=(const XmlName &other) const { return !(*this == other); }
+
 private:
-    const char *m_latin1;
-    int m_size;
+    const char *m_latin1 = nullptr;
+    int m_size = 0;
     QString m_string;
 };
 
@@ -91,6 +100,8 @@ public:
 
     bool isMissing() const { return m_kind == Missing; }
     bool isEmpty() const { return m_kind == Utf8 ? m_size == 0 : m_string.isEmpty(); }
+    // Whether the value is present and exactly `text` (ASCII), without making a string.
+    bool is(QLatin1String text) const;
 
     // A missing value gives a null string, an empty one an empty (non-null) string.
     QString toString() const;

@@ -1,7 +1,7 @@
 #include "scadaEngine.h"
 #include "scadaEngine_p.h"
 #include "safeSave_p.h"
-#include "scaFileFormat_p.h"
+#include "xmlWrite_p.h"
 #include "xmlLimits_p.h"
 
 #include <QCoreApplication>
@@ -147,7 +147,7 @@ ScadaLibObject *readObject(const QDomElement &element, bool isUserObject)
 
 void writeText(QXmlStreamWriter &writer, Field field, const QString &text)
 {
-    writer.writeTextElement(QLatin1String(FieldElements[field]), PageXml::xmlSafe(text));
+    writer.writeTextElement(QLatin1String(FieldElements[field]), xmlSafe(text));
 }
 
 // Only these fields are kept for user objects; the others read back as 0. Texts lose the
@@ -155,12 +155,12 @@ void writeText(QXmlStreamWriter &writer, Field field, const QString &text)
 void writeObject(QXmlStreamWriter &writer, const ScadaLibObject &object)
 {
     writer.writeStartElement(QLatin1String(ObjectElement));
-    writer.writeAttribute(QLatin1String(NameAttribute), PageXml::xmlSafe(object.name));
+    writer.writeAttribute(QLatin1String(NameAttribute), xmlSafe(object.name));
     writeText(writer, CategoryField, object.objectCategory);
     writeText(writer, UidField, QString::number(object.objectUID));
     for (int i = 0; i < object.images.size(); ++i)
         writer.writeTextElement(imageElementName(i + 1),
-                                PageXml::xmlSafe(QFileInfo(object.images.at(i)).fileName()));
+                                xmlSafe(QFileInfo(object.images.at(i)).fileName()));
     writer.writeEndElement(); // </object>
 }
 

@@ -2,7 +2,6 @@
 
 #include "scaFileFormat_p.h"
 #include "scaFileProcessor.h"
-#include "scaItemKinds_p.h"
 
 using namespace PageXml;
 
@@ -12,36 +11,89 @@ const int ImageItemKind = 8;
 const int WebFrameItemKind = 9;
 const int ScheduleItemKind = 1; // the code of a SCADA object too
 
-const QString ImageFile = QStringLiteral("ImageFile");
-const QString DefaultImageFile = QStringLiteral("placeholder_image.png");
+const char DefaultWeblink[] = "https://tirrel.example.org/images/default-logo.png";
 
-const QString Weblink = QStringLiteral("Weblink");
-
-// "TagIDs" holding one "Tag" element (PageXml::Tag) per tag id, as decimal text.
-const QString TagIDs = QStringLiteral("TagIDs");
-
-QDomElement itemElement(const QDomElement *item)
+// The host's fields of an image or web frame record.
+template <class R>
+FieldTable<R> hostFields()
 {
-    return item ? *item : QDomElement();
+    using F = FieldRows<R>;
+    return {
+        F::template member<&R::auxValue1>("auxValue1"),
+        F::template member<&R::auxValue2>("auxValue2"),
+        F::template member<&R::auxValue3>("auxValue3"),
+        F::template member<&R::auxFlag>("auxFlag"),
+        F::template member<&R::auxText1>("auxText1"),
+        F::template member<&R::auxValue4>("auxValue4"),
+        F::template member<&R::auxText2>("auxText2"),
+    };
+}
+
+const FieldTable<ImageItemLoadData_t> &imageTable()
+{
+    using R = ImageItemLoadData_t;
+    static const FieldTable<R> rows = envelopeTable<R>({}, {
+        FieldRows<R>::element<&R::ImageFile>("ImageFile", "placeholder_image.png"),
+    }) + hostFields<R>();
+    return rows;
+}
+
+const FieldTable<WebFrameItemLoadData_t> &webFrameTable()
+{
+    using R = WebFrameItemLoadData_t;
+    static const FieldTable<R> rows = envelopeTable<R>({}, {
+        FieldRows<R>::element<&R::Weblink>("Weblink"),
+    }) + hostFields<R>();
+    return rows;
+}
+
+// "TagIDs" holding one "Tag" element per tag id, as decimal text.
+using S = ScheduleItemLoadData_t;
+
+void writeScheduleTags(QXmlStreamWriter &w, const S &r)
+{
+    w.writeStartElement(TagIDs);
+    for (int id : r.TagIDs)
+        w.writeTextElement(Tag, QString::number(id));
+    w.writeEndElement(); // </TagIDs>
+}
+
+const FieldTable<S> &scheduleTable()
+{
+    static const FieldTable<S> rows = envelopeTable<S>({}, {
+        FieldRows<S>::member<&S::TagIDs>("TagIDs", &writeScheduleTags),
+    });
+    return rows;
+}
+
+// One reader per table (and so per record type).
+template <class R>
+const FieldReader<R> &readerOf(const FieldTable<R> &table,
+                               std::initializer_list<const XmlName *> more = {})
+{
+    static const FieldReader<R> fields(table, more);
+    return fields;
 }
 
 } // namespace
 
 // ---- Image -----------------------------------------------------------------------------------
 
+template <class Node>
+ImageItemLoadData_t *readImageItem(const Node &item)
+{
+    return readRecord(item, readerOf(imageTable()), ImageItemKind);
+}
+template ImageItemLoadData_t *readImageItem(const DomNode &);
+
 ImageItemLoadData_t *ScaFileProcessor::imageItemFromXML(QDomElement *item)
 {
-    auto *r = new ImageItemLoadData_t;
-    const QDomElement e = itemElement(item);
-    readEnvelope(e, r->base, ImageItemKind);
-    r->ImageFile = readText(e, ImageFile, DefaultImageFile);
-    return r;
+    return readImageItem(item ? DomNode(*item) : DomNode());
 }
 
 void writeImageItem(QXmlStreamWriter &w, const ImageItemLoadData_t &r)
 {
-    writeEnvelope(w, *r.base);
-    writeText(w, ImageFile, r.ImageFile);
+    writeFields(w, r, imageTable());
 }
 
 void copyImageItemData(ImageItemLoadData_t *target, const ImageItemLoadData_t *source)
@@ -49,26 +101,33 @@ void copyImageItemData(ImageItemLoadData_t *target, const ImageItemLoadData_t *s
     copyRecordFields(target, source);
 }
 
+RecordFields fieldsOf(const ImageItemLoadData_t &item)
+{
+    return itemFields(item, imageTable());
+}
+
 // ---- Web frame -------------------------------------------------------------------------------
 
 QString WebFrameItemLoadData_t::defaultWeblink()
 {
-    return QStringLiteral("https://tirrel.example.org/images/default-logo.png");
+    return QLatin1String(DefaultWeblink);
 }
+
+template <class Node>
+WebFrameItemLoadData_t *readWebFrameItem(const Node &item)
+{
+    return readRecord(item, readerOf(webFrameTable()), WebFrameItemKind);
+}
+template WebFrameItemLoadData_t *readWebFrameItem(const DomNode &);
 
 WebFrameItemLoadData_t *ScaFileProcessor::webFrameItemFromXML(QDomElement *item)
 {
-    auto *r = new WebFrameItemLoadData_t;
-    const QDomElement e = itemElement(item);
-    readEnvelope(e, r->base, WebFrameItemKind);
-    r->Weblink = readText(e, Weblink, r->Weblink);
-    return r;
+    return readWebFrameItem(item ? DomNode(*item) : DomNode());
 }
 
 void writeWebFrameItem(QXmlStreamWriter &w, const WebFrameItemLoadData_t &r)
 {
-    writeEnvelope(w, *r.base);
-    writeText(w, Weblink, r.Weblink);
+    writeFields(w, r, webFrameTable());
 }
 
 void copyWebFrameItemData(WebFrameItemLoadData_t *target, const WebFrameItemLoadData_t *source)
@@ -76,30 +135,50 @@ void copyWebFrameItemData(WebFrameItemLoadData_t *target, const WebFrameItemLoad
     copyRecordFields(target, source);
 }
 
+RecordFields fieldsOf(const WebFrameItemLoadData_t &item)
+{
+    return itemFields(item, webFrameTable());
+}
+
 // ---- Schedule --------------------------------------------------------------------------------
+
+template <class Node>
+ScheduleItemLoadData_t *readScheduleItem(const Node &item)
+{
+    const FieldReader<S> &fields = readerOf(scheduleTable(), {&TagIDs});
+    const ChildElements<Node> children(item, fields.names());
+    S *r = readRecord(item, fields, children, ScheduleItemKind);
+    const Node &tags = children[fields.indexOf(TagIDs)];
+    for (Node tag = tags.firstChildElement(Tag); !tag.isNull(); tag = tag.nextSiblingElement(Tag))
+        r->TagIDs.append(tag.text().toInt());
+    return r;
+}
+template ScheduleItemLoadData_t *readScheduleItem(const DomNode &);
 
 ScheduleItemLoadData_t *ScaFileProcessor::schItemFromXML(QDomElement *item)
 {
-    auto *r = new ScheduleItemLoadData_t;
-    const QDomElement e = itemElement(item);
-    readEnvelope(e, r->base, ScheduleItemKind);
-    const QDomElement tags = e.firstChildElement(TagIDs);
-    for (QDomElement tag = tags.firstChildElement(Tag); !tag.isNull();
-         tag = tag.nextSiblingElement(Tag))
-        r->TagIDs.append(parseInt(elementText(tag)));
-    return r;
+    return readScheduleItem(item ? DomNode(*item) : DomNode());
 }
 
 void writeScheduleItem(QXmlStreamWriter &w, const ScheduleItemLoadData_t &r)
 {
-    writeEnvelope(w, *r.base);
-    w.writeStartElement(TagIDs);
-    for (int id : r.TagIDs)
-        writeInt(w, Tag, id);
-    w.writeEndElement(); // </TagIDs>
+    writeFields(w, r, scheduleTable());
 }
 
 void copyScheduleItemData(ScheduleItemLoadData_t *target, const ScheduleItemLoadData_t *source)
 {
     copyRecordFields(target, source);
+}
+
+ItemTagSlots scheduleTagSlots(const ScheduleItemLoadData_t &item)
+{
+    ItemTagSlots tagSlots;
+    for (int k = 0; k < item.TagIDs.size(); ++k)
+        tagSlots.append({item.TagIDs.at(k), TagIDs.string(), k});
+    return tagSlots;
+}
+
+RecordFields fieldsOf(const ScheduleItemLoadData_t &item)
+{
+    return itemFields(item, scheduleTable());
 }
