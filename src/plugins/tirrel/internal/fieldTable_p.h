@@ -51,6 +51,12 @@ struct Text : Form
     static QString text(const QString &value) { return xmlSafe(value); }
 };
 
+// Texts that share the document's strings (XmlValue::toSharedString).
+struct SharedText : Text
+{
+    static QString parse(const XmlValue &value) { return value.toSharedString(); }
+};
+
 // A present but empty text reads as a missing one.
 struct NonEmptyText : Text
 {
@@ -220,10 +226,23 @@ struct Field
     }
 };
 
+// What a format's rows do unless they say otherwise: a missing value keeps the new record's
+// value and texts get memory of their own (pages, the object library), or a missing value reads
+// as an empty text and texts share the document's strings (definitions).
+struct KeepMissing
+{
+    static constexpr const char *missing = nullptr;
+    using Text = Fields::Text;
+};
+struct EmptyWhenMissing
+{
+    static constexpr const char *missing = "";
+    using Text = Fields::SharedText;
+};
+
 // The rows of record R. The member may be one of R's or, for the rows of a page item, one of
 // its base record's (ItemBaseData_t), reached through `base`; those rows give no fields of the
-// item (the base record has its own). missingIsEmpty sets what a missing value reads as when a
-// row does not say: the new record's value (false) or an empty text (true).
+// item (the base record has its own).
 template <class M>
 struct MemberPointer;
 template <class C, class V>
@@ -232,33 +251,36 @@ struct MemberPointer<V C::*>
     using Value = std::remove_cv_t<V>;
 };
 
-template <class R, bool missingIsEmpty = false>
+template <class R, class Style = KeepMissing>
 struct FieldRows
 {
-    static constexpr const char *missingDefault = missingIsEmpty ? "" : nullptr;
+    static constexpr const char *missingDefault = Style::missing;
     template <auto M>
     using ValueOf = typename MemberPointer<decltype(M)>::Value;
+    template <auto M>
+    using FormOf = std::conditional_t<std::is_same_v<ValueOf<M>, QString>, typename Style::Text,
+                                      typename Fields::FormFor<ValueOf<M>>::type>;
 
     // The text of child element `element`; cdata: written as a CDATA section.
-    template <auto M, class F = typename Fields::FormFor<ValueOf<M>>::type>
+    template <auto M, class F = FormOf<M>>
     static Field<R> element(FieldName element, const char *missing = missingDefault)
     {
         return row<M, F>(element.name, XmlName(), missing, false);
     }
-    template <auto M, class F = typename Fields::FormFor<ValueOf<M>>::type>
+    template <auto M, class F = FormOf<M>>
     static Field<R> cdata(FieldName element, const char *missing = missingDefault)
     {
         return row<M, F>(element.name, XmlName(), missing, true);
     }
     // Attribute `attribute` of child element `element`.
-    template <auto M, class F = typename Fields::FormFor<ValueOf<M>>::type>
+    template <auto M, class F = FormOf<M>>
     static Field<R> attribute(FieldName element, FieldName attribute,
                               const char *missing = missingDefault)
     {
         return row<M, F>(element.name, attribute.name, missing, false);
     }
     // Attribute of the record's own element.
-    template <auto M, class F = typename Fields::FormFor<ValueOf<M>>::type>
+    template <auto M, class F = FormOf<M>>
     static Field<R> ownAttribute(FieldName attribute, const char *missing = missingDefault)
     {
         return row<M, F>(XmlName(), attribute.name, missing, false);
@@ -351,8 +373,8 @@ using FieldTable = QVector<Field<R>>;
 // ---- Reading ---------------------------------------------------------------------------------
 
 // What a table reads from a record's element, worked out once per table: the child elements
-// it looks at (with `more`, children that the kind's own functions look up) and which of them
-// holds each row.
+// it looks at (with `more`, children that the kind's own functions look up) and the rows each of
+// them holds.
 template <class R>
 class FieldReader
 {
@@ -360,35 +382,52 @@ public:
     FieldReader(const FieldTable<R> &table, std::initializer_list<const XmlName *> more = {})
         : m_table(table), m_names(elementNames(table, more))
     {
-        m_holder.reserve(table.size());
-        for (const Field<R> &row : table)
-            m_holder.append(row.element.isNull() ? -1 : m_names.indexOf(row.element.string()));
+        m_rowsOf.resize(m_names.size());
+        for (int row = 0; row < table.size(); ++row) {
+            const Field<R> &field = table.at(row);
+            if (!field.read)
+                continue;
+            if (field.element.isNull())
+                m_ownRows.append(row);
+            else
+                m_rowsOf[m_names.indexOf(field.element.string())].append(row);
+        }
+        m_kept.fill(false, m_names.size());
+        for (const XmlName *name : more)
+            m_kept[m_names.indexOf(name->string())] = true;
     }
 
     const XmlNames &names() const { return m_names; }
     // The index in names() of a child element named in the table or in `more`.
     int indexOf(const XmlName &name) const { return m_names.indexOf(name.string()); }
 
-    // Fills `record` from `element`, whose children among names() are `children`.
+    // Fills `record` from `element`, in one pass over its children (a row whose element is
+    // missing reads a missing value), and returns the children named in `more` (the other
+    // entries are null).
     template <class Node>
-    void read(const Node &element, const ChildElements<Node> &children, R &record) const
+    ChildElements<Node> read(const Node &element, R &record) const
     {
-        for (int i = 0; i < m_table.size(); ++i) {
-            const Field<R> &row = m_table.at(i);
-            if (!row.read)
-                continue;
-            const Node &holder = m_holder.at(i) < 0 ? element : children[m_holder.at(i)];
-            row.read(row, record,
-                     row.attribute.isNull() ? holder.text() : holder.attribute(row.attribute));
-        }
-    }
-    template <class Node>
-    void read(const Node &element, R &record) const
-    {
-        read(element, ChildElements<Node>(element, m_names), record);
+        for (int row : m_ownRows)
+            readRow(row, record, element);
+        ChildElements<Node> kept(m_kept.contains(true) ? m_names.size() : 0);
+        forFirstChildElements(element, m_names, [&](int i, const Node &child) {
+            for (int row : m_rowsOf.at(i))
+                readRow(row, record, child);
+            if (m_kept.at(i))
+                kept[i] = child;
+        });
+        return kept;
     }
 
 private:
+    template <class Node>
+    void readRow(int row, R &record, const Node &holder) const
+    {
+        const Field<R> &field = m_table.at(row);
+        field.read(field, record,
+                   field.attribute.isNull() ? holder.text() : holder.attribute(field.attribute));
+    }
+
     static XmlNames elementNames(const FieldTable<R> &table,
                                  std::initializer_list<const XmlName *> more)
     {
@@ -411,7 +450,9 @@ private:
 
     const FieldTable<R> &m_table;
     XmlNames m_names;
-    QVector<int> m_holder;
+    QVector<QVector<int>> m_rowsOf;     // per child element, the rows it holds
+    QVector<int> m_ownRows;             // rows holding attributes of the record's element
+    QVector<bool> m_kept;               // children returned by read()
 };
 
 // ---- Writing ---------------------------------------------------------------------------------

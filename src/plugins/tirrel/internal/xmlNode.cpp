@@ -25,6 +25,12 @@ bool plainInteger(const Char *p, int n, int maxDigits, qint64 *value)
     return true;
 }
 
+// The string's characters; unlike QString::utf16() inline, since a terminating null is not needed.
+const ushort *utf16(const QString &s)
+{
+    return reinterpret_cast<const ushort *>(s.constData());
+}
+
 } // namespace
 
 XmlNames::XmlNames(const XmlName *const *names, int count)
@@ -81,6 +87,11 @@ bool XmlValue::is(QLatin1String text) const
     return false;
 }
 
+QString XmlValue::toSharedString() const
+{
+    return m_kind == String ? m_string : toString();
+}
+
 int XmlValue::toInt() const
 {
     qint64 v;
@@ -90,7 +101,7 @@ int XmlValue::toInt() const
             return int(v);
         return QString::fromUtf8(m_utf8, m_size).toInt();
     }
-    if (plainInteger(m_string.utf16(), m_string.size(), 10, &v)
+    if (plainInteger(utf16(m_string), m_string.size(), 10, &v)
             && v >= std::numeric_limits<int>::min() && v <= std::numeric_limits<int>::max())
         return int(v);
     return m_string.toInt();
@@ -101,7 +112,7 @@ uint XmlValue::toUInt() const
     qint64 v;
     const bool plain = m_kind == Utf8
             ? plainInteger(reinterpret_cast<const uchar *>(m_utf8), m_size, 10, &v)
-            : plainInteger(m_string.utf16(), m_string.size(), 10, &v);
+            : plainInteger(utf16(m_string), m_string.size(), 10, &v);
     if (plain && v >= 0 && v <= std::numeric_limits<uint>::max())
         return uint(v);
     return toString().toUInt();
@@ -112,7 +123,7 @@ qint64 XmlValue::toInt64() const
     qint64 v;
     const bool plain = m_kind == Utf8
             ? plainInteger(reinterpret_cast<const uchar *>(m_utf8), m_size, 18, &v)
-            : plainInteger(m_string.utf16(), m_string.size(), 18, &v);
+            : plainInteger(utf16(m_string), m_string.size(), 18, &v);
     return plain ? v : toString().toLongLong();
 }
 
@@ -121,7 +132,7 @@ quint64 XmlValue::toUInt64() const
     qint64 v;
     const bool plain = m_kind == Utf8
             ? plainInteger(reinterpret_cast<const uchar *>(m_utf8), m_size, 18, &v)
-            : plainInteger(m_string.utf16(), m_string.size(), 18, &v);
+            : plainInteger(utf16(m_string), m_string.size(), 18, &v);
     return plain && v >= 0 ? quint64(v) : toString().toULongLong();
 }
 
@@ -132,7 +143,7 @@ float XmlValue::toFloat() const
     qint64 v;
     const bool plain = m_kind == Utf8
             ? plainInteger(reinterpret_cast<const uchar *>(m_utf8), m_size, 9, &v)
-            : plainInteger(m_string.utf16(), m_string.size(), 9, &v);
+            : plainInteger(utf16(m_string), m_string.size(), 9, &v);
     return plain && v != 0 ? float(v) : toString().toFloat();
 }
 
@@ -141,7 +152,7 @@ double XmlValue::toDouble() const
     qint64 v;
     const bool plain = m_kind == Utf8
             ? plainInteger(reinterpret_cast<const uchar *>(m_utf8), m_size, 15, &v)
-            : plainInteger(m_string.utf16(), m_string.size(), 15, &v);
+            : plainInteger(utf16(m_string), m_string.size(), 15, &v);
     return plain && v != 0 ? double(v) : toString().toDouble();
 }
 

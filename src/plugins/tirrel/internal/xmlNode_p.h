@@ -29,6 +29,7 @@
 #include <QVarLengthArray>
 #include <QVector>
 
+#include <algorithm>
 #include <cstring>
 
 // A name of the formats (element or attribute), kept in the two forms the two node kinds
@@ -93,7 +94,7 @@ class TIRREL_AUTOTEST_EXPORT XmlValue
 {
 public:
     XmlValue() = default;                       // missing
-    explicit XmlValue(const QString &text) : m_string(text), m_kind(String) {}
+    explicit XmlValue(QString text) : m_string(std::move(text)), m_kind(String) {}
     // UTF-8 held elsewhere (the tree's buffer), already decoded: references resolved, line ends
     // and attribute white space normalised as the DOM parser does.
     XmlValue(const char *utf8, int size) : m_utf8(utf8), m_size(size), m_kind(Utf8) {}
@@ -105,6 +106,9 @@ public:
 
     // A missing value gives a null string, an empty one an empty (non-null) string.
     QString toString() const;
+    // The same, sharing the document's own string where the node kind holds one (DomNode)
+    // instead of a copy: for records whose texts may keep that memory after the document.
+    QString toSharedString() const;
     int toInt() const;
     uint toUInt() const;
     qint64 toInt64() const;
@@ -126,6 +130,8 @@ class TIRREL_AUTOTEST_EXPORT DomNode
 public:
     DomNode() = default;
     explicit DomNode(const QDomElement &element) : m_element(element) {}
+    // The node as an element (a null one for other kinds of node).
+    explicit DomNode(const QDomNode &node) : m_element(node.toElement()) {}
 
     bool isNull() const { return m_element.isNull(); }
     QString name() const { return m_element.tagName(); }
@@ -152,34 +158,83 @@ private:
     QDomElement m_element;
 };
 
-// The first child element of each name of `names`, found in one pass over the children:
-// at(i) is what firstChildElement(names.at(i)) gives. Children in the order of the list are
-// matched without a look-up.
+// Calls found(i, child) for the first child element of each name of `names` (i its index in
+// the list), in document order, in one pass over the children: child is what
+// firstChildElement(names.at(i)) gives. Then calls found(i, Node()) for each name without a
+// child. Children in the order of the list are matched without a look-up.
+template <class Node, class Found>
+void forFirstChildElements(const Node &parent, const XmlNames &names, Found found)
+{
+    QVarLengthArray<bool, 32> seen(names.size());
+    std::fill(seen.begin(), seen.end(), false);
+    int missing = names.size();
+    int expected = 0;
+    for (Node child = parent.firstChildElement(); !child.isNull() && missing > 0;
+         child = child.nextSiblingElement()) {
+        const int i = expected < names.size() && child.hasName(names.at(expected))
+                ? expected
+                : child.nameIndex(names);
+        if (i < 0)
+            continue;
+        if (!seen[i]) {
+            seen[i] = true;
+            --missing;
+            found(i, child);
+        }
+        expected = i + 1;
+    }
+    for (int i = 0; missing > 0 && i < names.size(); ++i) {
+        if (!seen[i])
+            found(i, Node());
+    }
+}
+
+// The same pass over the DOM's own nodes, which makes a node handle only for the children found.
+template <class Found>
+void forFirstChildElements(const DomNode &parent, const XmlNames &names, Found found)
+{
+    QVarLengthArray<bool, 32> seen(names.size());
+    std::fill(seen.begin(), seen.end(), false);
+    int missing = names.size();
+    int expected = 0;
+    for (QDomNode child = parent.element().firstChild(); !child.isNull() && missing > 0;
+         child = child.nextSibling()) {
+        if (!child.isElement())
+            continue;
+        const QString name = child.nodeName();
+        const int i = expected < names.size() && name == names.at(expected).string()
+                ? expected
+                : names.indexOf(name);
+        if (i < 0)
+            continue;
+        if (!seen[i]) {
+            seen[i] = true;
+            --missing;
+            found(i, DomNode(child));
+        }
+        expected = i + 1;
+    }
+    for (int i = 0; missing > 0 && i < names.size(); ++i) {
+        if (!seen[i])
+            found(i, DomNode());
+    }
+}
+
+// The first child element of each name of `names`: at(i) is what
+// firstChildElement(names.at(i)) gives.
 template <class Node>
 class ChildElements
 {
 public:
+    explicit ChildElements(int size) : m_found(size) {}
     ChildElements(const Node &parent, const XmlNames &names)
         : m_found(names.size())
     {
-        int missing = names.size();
-        int expected = 0;
-        for (Node child = parent.firstChildElement(); !child.isNull() && missing > 0;
-             child = child.nextSiblingElement()) {
-            const int i = expected < names.size() && child.hasName(names.at(expected))
-                    ? expected
-                    : child.nameIndex(names);
-            if (i < 0)
-                continue;
-            if (m_found[i].isNull()) {
-                m_found[i] = child;
-                --missing;
-            }
-            expected = i + 1;
-        }
+        forFirstChildElements(parent, names, [this](int i, const Node &child) { m_found[i] = child; });
     }
 
     const Node &operator[](int index) const { return m_found[index]; }
+    Node &operator[](int index) { return m_found[index]; }
 
 private:
     QVarLengthArray<Node, 32> m_found;

@@ -82,20 +82,22 @@ FieldTable<R> envelopeTable(std::initializer_list<Field<R>> properties,
     return rows;
 }
 
-// A new record of kind R read through its table; the kind's code goes into its base record.
-template <class R, class Node>
-R *readRecord(const Node &item, const FieldReader<R> &reader,
-              const ChildElements<Node> &children, int itemKind)
+// A new record of kind R with the kind's code in its base record.
+template <class R>
+R *newItem(int itemKind)
 {
     auto *record = new R;
-    reader.read(item, children, *record);
     record->base->itemKind = itemKind;
     return record;
 }
+
+// A new record of kind R read through its table.
 template <class R, class Node>
 R *readRecord(const Node &item, const FieldReader<R> &reader, int itemKind)
 {
-    return readRecord(item, reader, ChildElements<Node>(item, reader.names()), itemKind);
+    R *record = newItem<R>(itemKind);
+    reader.read(item, *record);
+    return record;
 }
 
 // The fields of an item: its base record's as "base.*", then its own.

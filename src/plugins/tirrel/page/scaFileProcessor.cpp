@@ -77,31 +77,6 @@ const FieldReader<P> &propertyReader()
     return fields;
 }
 
-template <class Node>
-void readPageProperties(const Node &element, const ChildElements<Node> &children,
-                        const QString &fileNameArgument, ScaFileData *page)
-{
-    P &p = page->pageProperties;
-    propertyReader().read(element, children, p);
-    if (!fileNameArgument.isNull())
-        p.fileName = fileNameArgument;
-    p.auxPageId = -1;
-
-    const Node &geometry = children[propertyReader().indexOf(pageGeometry)];
-    const XmlValue width = geometry.attribute(W);
-    const XmlValue height = geometry.attribute(H);
-    p.pageGeometry = QSize(width.isMissing() ? DefaultPageWidth : width.toInt(),
-                           height.isMissing() ? DefaultPageHeight : height.toInt());
-
-    const Node &scrollTags = children[propertyReader().indexOf(ScrollTags)];
-    for (Node e = scrollTags.firstChildElement(Tag); !e.isNull(); e = e.nextSiblingElement(Tag)) {
-        static const FieldReader<ScrollTagInfo> tagReader(scrollTagTable());
-        ScrollTagInfo tag;
-        tagReader.read(e, tag);
-        p.scrollTags.append(tag);
-    }
-}
-
 void writePageGeometry(QXmlStreamWriter &w, const QSize &size)
 {
     w.writeEmptyElement(pageGeometry);
@@ -210,6 +185,32 @@ QString layerListText(QList<LayerInfo> &layers)
     return text;
 }
 
+template <class Node>
+void readPageProperties(const Node &element, const QString &fileNameArgument, ScaFileData *page,
+                        const ItemLayers &itemLayers)
+{
+    P &p = page->pageProperties;
+    const ChildElements<Node> children = propertyReader().read(element, p);
+    if (!fileNameArgument.isNull())
+        p.fileName = fileNameArgument;
+    p.auxPageId = -1;
+
+    const Node &geometry = children[propertyReader().indexOf(pageGeometry)];
+    const XmlValue width = geometry.attribute(W);
+    const XmlValue height = geometry.attribute(H);
+    p.pageGeometry = QSize(width.isMissing() ? DefaultPageWidth : width.toInt(),
+                           height.isMissing() ? DefaultPageHeight : height.toInt());
+
+    const Node &scrollTags = children[propertyReader().indexOf(ScrollTags)];
+    for (Node e = scrollTags.firstChildElement(Tag); !e.isNull(); e = e.nextSiblingElement(Tag)) {
+        static const FieldReader<ScrollTagInfo> tagReader(scrollTagTable());
+        ScrollTagInfo tag;
+        tagReader.read(e, tag);
+        p.scrollTags.append(tag);
+    }
+    readLayers(children[propertyReader().indexOf(layerOrder)].text().toString(), itemLayers, page);
+}
+
 // ---- The page --------------------------------------------------------------------------------
 
 void collectScadaObjectLinks(ScaFileData *page)
@@ -253,10 +254,7 @@ ScaFileData *readPage(const Node &root, const QString &fileName)
     }
     collectScadaObjectLinks(page);
 
-    const Node properties = root.firstChildElement(PageProperties);
-    const ChildElements<Node> children(properties, propertyReader().names());
-    readPageProperties(properties, children, fileName, page);
-    readLayers(children[propertyReader().indexOf(layerOrder)].text().toString(), itemLayers, page);
+    readPageProperties(root.firstChildElement(PageProperties), fileName, page, itemLayers);
     return page;
 }
 template ScaFileData *readPage(const DomNode &, const QString &);

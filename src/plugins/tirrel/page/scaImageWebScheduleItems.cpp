@@ -146,8 +146,8 @@ template <class Node>
 ScheduleItemLoadData_t *readScheduleItem(const Node &item)
 {
     const FieldReader<S> &fields = readerOf(scheduleTable(), {&TagIDs});
-    const ChildElements<Node> children(item, fields.names());
-    S *r = readRecord(item, fields, children, ScheduleItemKind);
+    S *r = newItem<S>(ScheduleItemKind);
+    const ChildElements<Node> children = fields.read(item, *r);
     const Node &tags = children[fields.indexOf(TagIDs)];
     for (Node tag = tags.firstChildElement(Tag); !tag.isNull(); tag = tag.nextSiblingElement(Tag))
         r->TagIDs.append(tag.text().toInt());

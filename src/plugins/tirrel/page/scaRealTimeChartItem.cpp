@@ -110,8 +110,8 @@ void readLines(const Node &tagIds, QList<TagData> *lines)
 template <class Node>
 RealTimeChartItemLoadData_t *readRealTimeChartItem(const Node &item)
 {
-    const ChildElements<Node> children(item, reader().names());
-    R *r = readRecord(item, reader(), children, RealTimeChartItemKind);
+    R *r = newItem<R>(RealTimeChartItemKind);
+    const ChildElements<Node> children = reader().read(item, *r);
     readLines(children[reader().indexOf(TagIDs)], &r->TagIDs);
     qCDebug(tirrelPage) << r->ChartOrientation;
     return r;

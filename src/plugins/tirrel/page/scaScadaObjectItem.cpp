@@ -107,7 +107,7 @@ const FieldTable<R> &table()
 
 const FieldReader<R> &reader()
 {
-    static const FieldReader<R> fields(table());
+    static const FieldReader<R> fields(table(), {&componentUid});
     return fields;
 }
 
@@ -155,8 +155,8 @@ void copyScadaObjectData(ScadaObjectLoadData_t *target, const ScadaObjectLoadDat
 template <class Node>
 ScadaObjectLoadData_t *readScadaObject(const Node &item)
 {
-    const ChildElements<Node> children(item, reader().names());
-    R *r = readRecord(item, reader(), children, ScadaObjectKind);
+    R *r = newItem<R>(ScadaObjectKind);
+    const ChildElements<Node> children = reader().read(item, *r);
     readIndexOrder(children[reader().indexOf(componentUid)], r);
     return r;
 }

@@ -191,7 +191,7 @@ const FieldTable<R> &dataTable()
 
 const FieldReader<R> &dataReader()
 {
-    static const FieldReader<R> fields(dataTable(), {&ColumnGroup});
+    static const FieldReader<R> fields(dataTable(), {&TableWidth, &ColumnGroup});
     return fields;
 }
 
@@ -232,12 +232,9 @@ TableCell::TableCell()
 template <class Node>
 TableItemLoadData_t *readTableItem(const Node &item)
 {
-    const ChildElements<Node> children(item, reader().names());
-    R *r = readRecord(item, reader(), children, TableItemKind);
-
-    const Node &data = children[reader().indexOf(TableData)];
-    const ChildElements<Node> dataChildren(data, dataReader().names());
-    dataReader().read(data, dataChildren, *r);
+    R *r = newItem<R>(TableItemKind);
+    const Node data = reader().read(item, *r)[reader().indexOf(TableData)];
+    const ChildElements<Node> dataChildren = dataReader().read(data, *r);
     // Without a "TableWidth" text, "TableHeight" is not read and the widths are in pixels.
     const bool pixelWidths = dataChildren[dataReader().indexOf(TableWidth)].text().isEmpty();
     if (pixelWidths)

@@ -60,7 +60,7 @@ const FieldTable<R> &table()
 
 const FieldReader<R> &reader()
 {
-    static const FieldReader<R> fields(table(), {&TextSize, &GZVal});
+    static const FieldReader<R> fields(table(), {&TextSize, &GZVal, &Width, &Height});
     return fields;
 }
 
@@ -108,8 +108,8 @@ template <class Node>
 TextItemLoadData_t *readTextItem(const Node &item)
 {
     const FieldReader<R> &fields = reader();
-    const ChildElements<Node> children(item, fields.names());
-    R *r = readRecord(item, fields, children, TextItemKind);
+    R *r = newItem<R>(TextItemKind);
+    const ChildElements<Node> children = fields.read(item, *r);
     if (noPixelSize(r->TextPixelSize))
         r->TextPixelSize = children[fields.indexOf(TextSize)].text().toInt();
     const Node &gzVal = children[fields.indexOf(GZVal)];
