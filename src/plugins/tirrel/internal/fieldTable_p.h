@@ -307,6 +307,8 @@ struct FieldRows
         return {element.name, XmlName(), nullptr, false, nullptr, read, text, fields, nullptr};
     }
 
+    // A row read as it says and not written.
+    static Field<R> readOnly(Field<R> row) { return writtenBy(row, nullptr); }
     // A row read as it says and written by `write` (null: not written).
     static Field<R> writtenBy(Field<R> row, void (*write)(QXmlStreamWriter &, const R &))
     {

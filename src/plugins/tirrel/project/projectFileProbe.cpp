@@ -1,6 +1,8 @@
 #include "projectFileProbe.h"
 
 #include "scaFileFormat_p.h"
+#include "scadaLibFormat_p.h"
+#include "tgchFileFormat_p.h"
 #include "xmlLimits_p.h"
 
 #include <QByteArray>
@@ -9,11 +11,6 @@
 #include <QFileInfo>
 
 namespace {
-
-// Root elements of the documents a project holds. The page name is the page format's own
-// constant; the other two formats keep theirs inside their readers.
-const QString DefinitionRoot = QStringLiteral("CTDefinitions");
-const QString ObjectLibraryRoot = QStringLiteral("scadaObjectTypes");
 
 bool isXmlSpace(char c)
 {
@@ -90,11 +87,11 @@ ProjectFileInfo_t ProjectFileProbe::probe(const QByteArray &data)
     }
 
     info.rootElement = document.documentElement().tagName();
-    if (info.rootElement == PageXml::ScadaFile)
+    if (info.rootElement == PageXml::ScadaFile.string())
         info.kind = ProjectFileInfo_t::PageFile;
-    else if (info.rootElement == DefinitionRoot)
+    else if (info.rootElement == DefinitionXml::Root.string())
         info.kind = ProjectFileInfo_t::DefinitionFile;
-    else if (info.rootElement == ObjectLibraryRoot)
+    else if (info.rootElement == LibraryXml::Root.string())
         info.kind = ProjectFileInfo_t::ObjectLibraryFile;
     else
         info.kind = ProjectFileInfo_t::OtherXml;
