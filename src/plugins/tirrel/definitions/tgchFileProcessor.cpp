@@ -7,18 +7,14 @@
 
 #include <QBuffer>
 #include <QDomDocument>
-#include <QDomElement>
 #include <QFile>
-#include <QHash>
 #include <QJsonDocument>
 #include <QJsonObject>
 #include <QStandardItemModel>
 #include <QXmlStreamWriter>
 
-#include <array>
 #include <cmath>
 #include <limits>
-#include <type_traits>
 
 FileDataTree::~FileDataTree()
 {
@@ -66,13 +62,10 @@ struct Subscribers : Fields::Form
     }
     static QString text(const QList<qint32> &list)
     {
-        QString text = QStringLiteral("{");
-        for (int i = 0; i < list.size(); ++i) {
-            if (i > 0)
-                text += QLatin1Char(',');
-            text += QString::number(list.at(i));
-        }
-        return text + QLatin1Char('}');
+        QStringList numbers;
+        for (qint32 number : list)
+            numbers << QString::number(number);
+        return QLatin1Char('{') + numbers.join(QLatin1Char(',')) + QLatin1Char('}');
     }
 };
 
@@ -208,7 +201,8 @@ const FieldTable<E> &tagTable()
         FE::element<&E::UnitName>(UnitName),
         FE::element<&E::Protocolobjecttype>(Protocolobjecttype),
         FE::element<&E::Option>(Option),
-        FE::custom(LogFilterOptions, &readFilterOptions, &filterOptionsText, &filterOptionsFields),
+        {LogFilterOptions, {}, nullptr, false, nullptr, &readFilterOptions, &filterOptionsText,
+         &filterOptionsFields, nullptr},
         FE::element<&E::Equipment>(Equipment),
         FE::element<&E::Measuredentity>(Measuredentity),
         FE::element<&E::Formula>(Formula),
@@ -247,18 +241,12 @@ const FieldTable<A> &alarmTable()
     return rows;
 }
 
-template <class R>
-const FieldReader<R> &readerOf(const FieldTable<R> &table)
-{
-    static const FieldReader<R> reader(table); // one table per record type
-    return reader;
-}
-
 template <class R, class Node>
 R *readDefinition(const Node &element, const FieldTable<R> &table)
 {
+    static const FieldReader<R> reader(table); // one table per record type
     auto *record = new R;
-    readerOf(table).read(element, *record);
+    reader.read(element, *record);
     return record;
 }
 

@@ -38,12 +38,3 @@ RecordFields FieldCollector::take()
     m_entries.clear();
     return fields;
 }
-
-RecordFields prefixed(const QString &prefix, const RecordFields &fields)
-{
-    RecordFields out;
-    out.reserve(fields.size());
-    for (const RecordField &field : fields)
-        out.append({prefix + QLatin1Char('.') + field.name, field.value});
-    return out;
-}

@@ -26,8 +26,8 @@
 #include <QVector>
 #include <QXmlStreamWriter>
 
+#include <algorithm>
 #include <cstring>
-#include <initializer_list>
 #include <type_traits>
 
 // A number read as floating point and truncated toward zero; NaN gives 0, values beyond the int
@@ -40,28 +40,17 @@ int truncatedToInt(double value);
 
 namespace Fields {
 
-struct Form
-{
-    static bool missing(const XmlValue &value) { return value.isMissing(); }
-};
+struct Form { static bool missing(const XmlValue &v) { return v.isMissing(); } };
 
 struct Text : Form
 {
-    static QString parse(const XmlValue &value) { return value.toString(); }
+    static QString parse(const XmlValue &v) { return v.toString(); }
     static QString text(const QString &value) { return xmlSafe(value); }
 };
-
 // Texts that share the document's strings (XmlValue::toSharedString).
-struct SharedText : Text
-{
-    static QString parse(const XmlValue &value) { return value.toSharedString(); }
-};
-
+struct SharedText : Text { static QString parse(const XmlValue &v) { return v.toSharedString(); } };
 // A present but empty text reads as a missing one.
-struct NonEmptyText : Text
-{
-    static bool missing(const XmlValue &value) { return value.isMissing() || value.isEmpty(); }
-};
+struct NonEmptyText : Text { static bool missing(const XmlValue &v) { return v.isEmpty(); } };
 
 struct Number : Form
 {
@@ -69,46 +58,41 @@ struct Number : Form
     static QString text(V value) { return QString::number(value); }
 };
 // Also the 8-bit members, which keep the low 8 bits of the int.
-struct Int : Number { static int parse(const XmlValue &value) { return value.toInt(); } };
-struct UInt : Number { static uint parse(const XmlValue &value) { return value.toUInt(); } };
-struct Int64 : Number { static qint64 parse(const XmlValue &value) { return value.toInt64(); } };
-struct UInt64 : Number { static quint64 parse(const XmlValue &value) { return value.toUInt64(); } };
+struct Int : Number { static int parse(const XmlValue &v) { return v.toInt(); } };
+struct UInt : Number { static uint parse(const XmlValue &v) { return v.toUInt(); } };
+struct Int64 : Number { static qint64 parse(const XmlValue &v) { return v.toInt64(); } };
+struct UInt64 : Number { static quint64 parse(const XmlValue &v) { return v.toUInt64(); } };
+// Read as floating point (single precision for TruncatedFloat), truncated toward zero.
+template <class Real, Real (XmlValue::*toReal)() const>
+struct TruncatedReal : Number
+{
+    static int parse(const XmlValue &v) { return truncatedToInt((v.*toReal)()); }
+};
+using Truncated = TruncatedReal<double, &XmlValue::toDouble>;
+using TruncatedFloat = TruncatedReal<float, &XmlValue::toFloat>;
 
 // "0" or "1"; any int other than 0 reads as true.
 struct Flag : Form
 {
-    static bool parse(const XmlValue &value) { return value.toInt() != 0; }
+    static bool parse(const XmlValue &v) { return v.toInt() != 0; }
     static QString text(bool value) { return value ? QStringLiteral("1") : QStringLiteral("0"); }
 };
 
 // General format with six significant digits (12.5, 1.23457e+06, nan, inf).
-struct Real : Form
-{
-    static QString text(double value) { return QString::number(value, 'g', 6); }
-};
-struct Double : Real { static double parse(const XmlValue &value) { return value.toDouble(); } };
-struct Float : Real { static float parse(const XmlValue &value) { return value.toFloat(); } };
+struct Real : Form { static QString text(double value) { return QString::number(value, 'g', 6); } };
+struct Double : Real { static double parse(const XmlValue &v) { return v.toDouble(); } };
+struct Float : Real { static float parse(const XmlValue &v) { return v.toFloat(); } };
 // Parsed at single precision, held as a double.
-struct SingleReal : Real { static double parse(const XmlValue &value) { return value.toFloat(); } };
-
-// Read as floating point (single precision for TruncatedFloat), truncated toward zero.
-struct Truncated : Number
-{
-    static int parse(const XmlValue &value) { return truncatedToInt(value.toDouble()); }
-};
-struct TruncatedFloat : Number
-{
-    static int parse(const XmlValue &value) { return truncatedToInt(value.toFloat()); }
-};
+struct SingleReal : Real { static double parse(const XmlValue &v) { return v.toFloat(); } };
 
 // Qt's colour names (#rgb, #rrggbb, SVG names); other text gives an invalid colour. Written as
 // #rrggbb, an invalid colour as #000000.
 struct Color : Form
 {
-    static QColor parse(const XmlValue &value)
+    static QColor parse(const XmlValue &v)
     {
         QColor color;
-        color.setNamedColor(value.toString());
+        color.setNamedColor(v.toString());
         return color;
     }
     static QString text(const QColor &value) { return value.name(); }
@@ -140,31 +124,18 @@ public:
     void add(const void *member, const QString &name, const QVariant &value);
     // Every field of `fields` under "prefix." (a sub-record at `member`).
     void add(const void *member, const QString &prefix, const RecordFields &fields);
-    // "name.size", then each entry's fields under "name[i]." (null entries as "name[i]").
+    // "name.size", then each entry's fields under "name[i].".
     template <class List, class FieldsOf>
     void addList(const void *member, const QString &name, const List &list, FieldsOf fieldsOf)
     {
         add(member, name + QStringLiteral(".size"), list.size());
         for (int i = 0; i < list.size(); ++i)
-            addEntry(member, QStringLiteral("%1[%2]").arg(name).arg(i), list.at(i), fieldsOf);
+            add(member, QStringLiteral("%1[%2]").arg(name).arg(i), fieldsOf(list.at(i)));
     }
 
     RecordFields take();
 
 private:
-    template <class Entry, class FieldsOf>
-    void addEntry(const void *member, const QString &name, const Entry &entry, FieldsOf fieldsOf)
-    {
-        if constexpr (std::is_pointer_v<Entry>) {
-            if (!entry)
-                add(member, name, QVariant());
-            else
-                add(member, name, fieldsOf(*entry));
-        } else {
-            add(member, name, fieldsOf(entry));
-        }
-    }
-
     struct Entry
     {
         const void *member;
@@ -172,9 +143,6 @@ private:
     };
     QVector<Entry> m_entries;
 };
-
-// `prefix.` before the name of each field.
-RecordFields prefixed(const QString &prefix, const RecordFields &fields);
 
 // A member's value for collectFields.
 template <class V>
@@ -189,14 +157,6 @@ QVariant fieldValue(const int (&values)[N])
 }
 
 // ---- Rows ------------------------------------------------------------------------------------
-
-// An element or attribute name given to a row: a constant of the format or a literal.
-struct FieldName
-{
-    FieldName(const XmlName &name) : name(name) {}
-    FieldName(const char *latin1) : name(latin1) {}
-    XmlName name;
-};
 
 template <class R>
 struct Field
@@ -243,54 +203,50 @@ struct EmptyWhenMissing
 // The rows of record R. The member may be one of R's or, for the rows of a page item, one of
 // its base record's (ItemBaseData_t), reached through `base`; those rows give no fields of the
 // item (the base record has its own).
-template <class M>
-struct MemberPointer;
 template <class C, class V>
-struct MemberPointer<V C::*>
-{
-    using Value = std::remove_cv_t<V>;
-};
+V *memberPointee(V C::*); // only for the type
 
 template <class R, class Style = KeepMissing>
 struct FieldRows
 {
     static constexpr const char *missingDefault = Style::missing;
     template <auto M>
-    using ValueOf = typename MemberPointer<decltype(M)>::Value;
+    using ValueOf = std::remove_pointer_t<decltype(memberPointee(M))>;
     template <auto M>
     using FormOf = std::conditional_t<std::is_same_v<ValueOf<M>, QString>, typename Style::Text,
                                       typename Fields::FormFor<ValueOf<M>>::type>;
 
     // The text of child element `element`; cdata: written as a CDATA section.
     template <auto M, class F = FormOf<M>>
-    static Field<R> element(FieldName element, const char *missing = missingDefault)
+    static Field<R> element(const XmlName &element, const char *missing = missingDefault)
     {
-        return row<M, F>(element.name, XmlName(), missing, false);
+        return row<M, F>(element, XmlName(), missing, false);
     }
     template <auto M, class F = FormOf<M>>
-    static Field<R> cdata(FieldName element, const char *missing = missingDefault)
+    static Field<R> cdata(const XmlName &element, const char *missing = missingDefault)
     {
-        return row<M, F>(element.name, XmlName(), missing, true);
+        return row<M, F>(element, XmlName(), missing, true);
     }
     // Attribute `attribute` of child element `element`.
     template <auto M, class F = FormOf<M>>
-    static Field<R> attribute(FieldName element, FieldName attribute,
+    static Field<R> attribute(const XmlName &element, const XmlName &attribute,
                               const char *missing = missingDefault)
     {
-        return row<M, F>(element.name, attribute.name, missing, false);
+        return row<M, F>(element, attribute, missing, false);
     }
     // Attribute of the record's own element.
     template <auto M, class F = FormOf<M>>
-    static Field<R> ownAttribute(FieldName attribute, const char *missing = missingDefault)
+    static Field<R> ownAttribute(const XmlName &attribute, const char *missing = missingDefault)
     {
-        return row<M, F>(XmlName(), attribute.name, missing, false);
+        return row<M, F>(XmlName(), attribute, missing, false);
     }
     // A member that no row of the file carries: the host's, or one that functions of the kind
     // read and, with `write`, write in the row's place.
     template <auto M>
     static Field<R> member(const char *name, void (*write)(QXmlStreamWriter &, const R &) = nullptr)
     {
-        return {XmlName(), XmlName(), nullptr, false, name, nullptr, nullptr, &memberFields<M>, write};
+        return {XmlName(), XmlName(), nullptr, false, name, nullptr, nullptr, &memberFields<M>,
+                write};
     }
     // The same for a member whose fields a function of the kind gives (lists of sub-records).
     static Field<R> member(void (*fields)(const Field<R> &, const R &, FieldCollector &),
@@ -298,17 +254,6 @@ struct FieldRows
     {
         return {XmlName(), XmlName(), nullptr, false, nullptr, nullptr, nullptr, fields, write};
     }
-    // A row read, written and collected by functions of its own.
-    static Field<R> custom(FieldName element,
-                           void (*read)(const Field<R> &, R &, const XmlValue &),
-                           QString (*text)(const R &),
-                           void (*fields)(const Field<R> &, const R &, FieldCollector &))
-    {
-        return {element.name, XmlName(), nullptr, false, nullptr, read, text, fields, nullptr};
-    }
-
-    // A row read as it says and not written.
-    static Field<R> readOnly(Field<R> row) { return writtenBy(row, nullptr); }
     // A row read as it says and written by `write` (null: not written).
     static Field<R> writtenBy(Field<R> row, void (*write)(QXmlStreamWriter &, const R &))
     {
@@ -321,16 +266,8 @@ private:
     template <auto M>
     static constexpr bool onBase = !std::is_invocable_v<decltype(M), R &>;
 
-    template <auto M>
-    static auto &memberOf(R &record)
-    {
-        if constexpr (onBase<M>)
-            return (*record.base).*M;
-        else
-            return record.*M;
-    }
-    template <auto M>
-    static const auto &memberOf(const R &record)
+    template <auto M, class T> // T: R or const R
+    static auto &memberOf(T &record)
     {
         if constexpr (onBase<M>)
             return (*record.base).*M;
@@ -435,11 +372,9 @@ private:
     {
         QVector<const XmlName *> names;
         const auto add = [&names](const XmlName &name) {
-            for (const XmlName *known : qAsConst(names)) {
-                if (*known == name)
-                    return;
-            }
-            names.append(&name);
+            const auto same = [&name](const XmlName *n) { return n->string() == name.string(); };
+            if (std::none_of(names.cbegin(), names.cend(), same))
+                names.append(&name);
         };
         for (const Field<R> &row : table) {
             if (!row.element.isNull() && row.read)
@@ -465,32 +400,23 @@ private:
 template <class R>
 void writeFields(QXmlStreamWriter &w, const R &record, const Field<R> *begin, const Field<R> *end)
 {
-    for (const Field<R> *row = begin; row != end;) {
-        if (row->write) {
+    const XmlName *open = nullptr; // the empty element taking the attributes that follow
+    for (const Field<R> *row = begin; row != end; ++row) {
+        if (!row->text && !row->write)
+            continue;
+        const bool attribute = !row->write && !row->attribute.isNull();
+        if (!attribute)
+            open = nullptr;
+        else if (!row->element.isNull() && (!open || open->string() != row->element.string()))
+            w.writeEmptyElement(*(open = &row->element));
+        if (row->write)
             row->write(w, record);
-            ++row;
-        } else if (!row->text) {
-            ++row;
-        } else if (row->element.isNull()) {
+        else if (attribute)
             w.writeAttribute(row->attribute, row->text(record));
-            ++row;
-        } else if (!row->attribute.isNull()) {
-            const XmlName &element = row->element;
-            w.writeEmptyElement(element);
-            for (; row != end && row->element == element && !row->attribute.isNull(); ++row) {
-                if (row->text)
-                    w.writeAttribute(row->attribute, row->text(record));
-            }
-        } else {
-            if (row->cdata) {
-                w.writeStartElement(row->element);
-                w.writeCDATA(row->text(record));
-                w.writeEndElement();
-            } else {
-                w.writeTextElement(row->element, row->text(record));
-            }
-            ++row;
-        }
+        else if (row->cdata)
+            writeCData(w, row->element, row->text(record));
+        else
+            w.writeTextElement(row->element, row->text(record));
     }
 }
 template <class R>

@@ -25,12 +25,6 @@ bool plainInteger(const Char *p, int n, int maxDigits, qint64 *value)
     return true;
 }
 
-// The string's characters; unlike QString::utf16() inline, since a terminating null is not needed.
-const ushort *utf16(const QString &s)
-{
-    return reinterpret_cast<const ushort *>(s.constData());
-}
-
 } // namespace
 
 XmlNames::XmlNames(const XmlName *const *names, int count)
@@ -74,19 +68,6 @@ QString XmlValue::toString() const
     return QString();
 }
 
-bool XmlValue::is(QLatin1String text) const
-{
-    switch (m_kind) {
-    case Missing:
-        return false;
-    case String:
-        return m_string == text;
-    case Utf8:
-        return m_size == text.size() && std::memcmp(m_utf8, text.data(), size_t(m_size)) == 0;
-    }
-    return false;
-}
-
 QString XmlValue::toSharedString() const
 {
     return m_kind == String ? m_string : toString();
@@ -101,7 +82,7 @@ int XmlValue::toInt() const
             return int(v);
         return QString::fromUtf8(m_utf8, m_size).toInt();
     }
-    if (plainInteger(utf16(m_string), m_string.size(), 10, &v)
+    if (plainInteger(m_string.utf16(), m_string.size(), 10, &v)
             && v >= std::numeric_limits<int>::min() && v <= std::numeric_limits<int>::max())
         return int(v);
     return m_string.toInt();
@@ -112,7 +93,7 @@ uint XmlValue::toUInt() const
     qint64 v;
     const bool plain = m_kind == Utf8
             ? plainInteger(reinterpret_cast<const uchar *>(m_utf8), m_size, 10, &v)
-            : plainInteger(utf16(m_string), m_string.size(), 10, &v);
+            : plainInteger(m_string.utf16(), m_string.size(), 10, &v);
     if (plain && v >= 0 && v <= std::numeric_limits<uint>::max())
         return uint(v);
     return toString().toUInt();
@@ -123,7 +104,7 @@ qint64 XmlValue::toInt64() const
     qint64 v;
     const bool plain = m_kind == Utf8
             ? plainInteger(reinterpret_cast<const uchar *>(m_utf8), m_size, 18, &v)
-            : plainInteger(utf16(m_string), m_string.size(), 18, &v);
+            : plainInteger(m_string.utf16(), m_string.size(), 18, &v);
     return plain ? v : toString().toLongLong();
 }
 
@@ -132,7 +113,7 @@ quint64 XmlValue::toUInt64() const
     qint64 v;
     const bool plain = m_kind == Utf8
             ? plainInteger(reinterpret_cast<const uchar *>(m_utf8), m_size, 18, &v)
-            : plainInteger(utf16(m_string), m_string.size(), 18, &v);
+            : plainInteger(m_string.utf16(), m_string.size(), 18, &v);
     return plain && v >= 0 ? quint64(v) : toString().toULongLong();
 }
 
@@ -143,7 +124,7 @@ float XmlValue::toFloat() const
     qint64 v;
     const bool plain = m_kind == Utf8
             ? plainInteger(reinterpret_cast<const uchar *>(m_utf8), m_size, 9, &v)
-            : plainInteger(utf16(m_string), m_string.size(), 9, &v);
+            : plainInteger(m_string.utf16(), m_string.size(), 9, &v);
     return plain && v != 0 ? float(v) : toString().toFloat();
 }
 
@@ -152,7 +133,7 @@ double XmlValue::toDouble() const
     qint64 v;
     const bool plain = m_kind == Utf8
             ? plainInteger(reinterpret_cast<const uchar *>(m_utf8), m_size, 15, &v)
-            : plainInteger(utf16(m_string), m_string.size(), 15, &v);
+            : plainInteger(m_string.utf16(), m_string.size(), 15, &v);
     return plain && v != 0 ? double(v) : toString().toDouble();
 }
 
@@ -165,6 +146,13 @@ XmlValue DomNode::text() const
     if ((first.isText() || first.isCDATASection()) && first.nextSibling().isNull())
         return XmlValue(first.nodeValue());
     return XmlValue(m_element.text());
+}
+
+DomNode DomNode::elementFrom(QDomNode node)
+{
+    while (!node.isNull() && !node.isElement())
+        node = node.nextSibling();
+    return DomNode(node);
 }
 
 XmlValue DomNode::attribute(const XmlName &name) const

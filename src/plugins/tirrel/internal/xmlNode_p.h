@@ -38,7 +38,7 @@ class XmlName
 {
 public:
     XmlName() = default;    // no name
-    explicit XmlName(const char *latin1)
+    XmlName(const char *latin1)
         : m_latin1(latin1), m_size(int(std::strlen(latin1))), m_string(QString::fromLatin1(latin1))
     {
     }
@@ -48,13 +48,6 @@ public:
     int size() const { return m_size; }
     const QString &string() const { return m_string; }
     operator const QString &() const { return m_string; }
-
-    bool operator==(const XmlName &other) const
-    {
-        return m_size == other.m_size
-                && (m_latin1 == other.m_latin1 || std::memcmp(m_latin1, other.m_latin1, size_t(m_size)) == 0);
-    }
-    bool operator!=(const XmlName &other) const { return !(*this == other); }
 
 private:
     const char *m_latin1 = nullptr;
@@ -101,8 +94,6 @@ public:
 
     bool isMissing() const { return m_kind == Missing; }
     bool isEmpty() const { return m_kind == Utf8 ? m_size == 0 : m_string.isEmpty(); }
-    // Whether the value is present and exactly `text` (ASCII), without making a string.
-    bool is(QLatin1String text) const;
 
     // A missing value gives a null string, an empty one an empty (non-null) string.
     QString toString() const;
@@ -138,8 +129,8 @@ public:
     bool hasName(const XmlName &name) const { return m_element.tagName() == name.string(); }
     int nameIndex(const XmlNames &names) const { return names.indexOf(m_element.tagName()); }
 
-    DomNode firstChildElement() const { return DomNode(m_element.firstChildElement()); }
-    DomNode nextSiblingElement() const { return DomNode(m_element.nextSiblingElement()); }
+    DomNode firstChildElement() const { return elementFrom(m_element.firstChild()); }
+    DomNode nextSiblingElement() const { return elementFrom(m_element.nextSibling()); }
     DomNode firstChildElement(const XmlName &name) const
     {
         return DomNode(m_element.firstChildElement(name.string()));
@@ -155,6 +146,9 @@ public:
     const QDomElement &element() const { return m_element; }
 
 private:
+    // The first element among `node` and its following siblings.
+    static DomNode elementFrom(QDomNode node);
+
     QDomElement m_element;
 };
 
@@ -189,37 +183,6 @@ void forFirstChildElements(const Node &parent, const XmlNames &names, Found foun
     }
 }
 
-// The same pass over the DOM's own nodes, which makes a node handle only for the children found.
-template <class Found>
-void forFirstChildElements(const DomNode &parent, const XmlNames &names, Found found)
-{
-    QVarLengthArray<bool, 32> seen(names.size());
-    std::fill(seen.begin(), seen.end(), false);
-    int missing = names.size();
-    int expected = 0;
-    for (QDomNode child = parent.element().firstChild(); !child.isNull() && missing > 0;
-         child = child.nextSibling()) {
-        if (!child.isElement())
-            continue;
-        const QString name = child.nodeName();
-        const int i = expected < names.size() && name == names.at(expected).string()
-                ? expected
-                : names.indexOf(name);
-        if (i < 0)
-            continue;
-        if (!seen[i]) {
-            seen[i] = true;
-            --missing;
-            found(i, DomNode(child));
-        }
-        expected = i + 1;
-    }
-    for (int i = 0; missing > 0 && i < names.size(); ++i) {
-        if (!seen[i])
-            found(i, DomNode());
-    }
-}
-
 // The first child element of each name of `names`: at(i) is what
 // firstChildElement(names.at(i)) gives.
 template <class Node>
@@ -230,7 +193,8 @@ public:
     ChildElements(const Node &parent, const XmlNames &names)
         : m_found(names.size())
     {
-        forFirstChildElements(parent, names, [this](int i, const Node &child) { m_found[i] = child; });
+        forFirstChildElements(parent, names,
+                              [this](int i, const Node &child) { m_found[i] = child; });
     }
 
     const Node &operator[](int index) const { return m_found[index]; }

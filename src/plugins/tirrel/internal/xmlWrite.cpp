@@ -7,58 +7,32 @@ bool isXmlChar(ushort c)
     return c >= 0x20 ? c < 0xFFFE : (c == 0x9 || c == 0xA || c == 0xD);
 }
 
-bool isPairAt(const QChar *s, int i, int n)
-{
-    return QChar::isHighSurrogate(s[i].unicode()) && i + 1 < n
-            && QChar::isLowSurrogate(s[i + 1].unicode());
-}
-
 } // namespace
 
 QString xmlSafe(const QString &text)
 {
-    // Most texts are clean: scan first and copy only when something has to go.
-    const int n = text.size();
-    const QChar *s = text.constData();
-    int i = 0;
-    for (; i < n; ++i) {
-        const ushort c = s[i].unicode();
-        if (QChar::isSurrogate(c)) {
-            if (!isPairAt(s, i, n))
-                break;
-            ++i;
-        } else if (!isXmlChar(c)) {
-            break;
-        }
-    }
-    if (i == n)
-        return text;
-
+    // Most texts are clean: the text is copied only once a character has to go.
     QString clean;
-    clean.reserve(n);
-    clean.append(s, i);
-    for (; i < n; ++i) {
+    const QChar *s = text.constData();
+    const int n = text.size();
+    int kept = 0; // the characters before this one are in `clean` or need no copy
+    for (int i = 0; i < n; ++i) {
         const ushort c = s[i].unicode();
-        if (QChar::isSurrogate(c)) {
-            if (isPairAt(s, i, n)) {
-                clean.append(s + i, 2);
-                ++i;
-            }
-        } else if (isXmlChar(c)) {
-            clean.append(s[i]);
+        if (QChar::isHighSurrogate(c) && i + 1 < n && QChar::isLowSurrogate(s[i + 1].unicode())) {
+            ++i;
+        } else if (QChar::isSurrogate(c) || !isXmlChar(c)) {
+            clean.append(s + kept, i - kept);
+            kept = i + 1;
         }
     }
-    return clean;
+    if (kept == 0 && clean.isNull())
+        return text;
+    return clean.append(s + kept, n - kept);
 }
 
 void DomWriter::writeStartElement(const QString &name)
 {
-    QDomElement element = m_document.createElement(name);
-    if (m_open.isEmpty())
-        m_document.appendChild(element);
-    else
-        m_open.last().appendChild(element);
-    m_open.append(element);
+    m_open.append(m_open.last().appendChild(m_document.createElement(name)));
 }
 
 void DomWriter::writeEndElement()

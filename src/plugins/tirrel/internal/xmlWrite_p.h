@@ -33,7 +33,7 @@ void writeCData(Writer &w, const QString &name, const QString &value)
 class DomWriter
 {
 public:
-    explicit DomWriter(QDomDocument &document) : m_document(document) {}
+    explicit DomWriter(QDomDocument &document) : m_document(document), m_open{document} {}
 
     void writeStartElement(const QString &name);
     void writeEndElement();
@@ -43,5 +43,5 @@ public:
 
 private:
     QDomDocument &m_document;
-    QVector<QDomElement> m_open;
+    QVector<QDomNode> m_open; // the document, then the elements started and not ended
 };

@@ -12,11 +12,9 @@
 #include <QDomDocument>
 #include <QFile>
 #include <QFileInfo>
-#include <QHash>
+#include <QMap>
 #include <QMessageBox>
 #include <QSaveFile>
-#include <QVarLengthArray>
-#include <QVector>
 #include <QXmlStreamWriter>
 
 namespace {
@@ -42,41 +40,25 @@ QString imageElementName(int number)
 // else 0.
 int imageNumber(const QString &element)
 {
-    const int prefixLength = int(sizeof ImageElementPrefix) - 1;
-    if (!element.startsWith(QLatin1String(ImageElementPrefix)))
-        return 0;
-    const QStringRef digits = element.midRef(prefixLength);
-    if (digits.isEmpty() || digits.size() > 9 || digits.at(0) == QLatin1Char('0'))
-        return 0;
-    for (const QChar c : digits) {
-        if (c < QLatin1Char('0') || c > QLatin1Char('9'))
-            return 0;
-    }
-    return digits.toInt();
+    bool ok = false;
+    const int number = element.midRef(int(sizeof ImageElementPrefix) - 1).toInt(&ok);
+    return ok && number > 0 && imageElementName(number) == element ? number : 0;
 }
 
 // The images run from image1 to the first missing number; the first element of a number counts.
 template <class Node>
 QStringList readImages(const Node &object)
 {
-    QVarLengthArray<QPair<int, QString>, 4> images;
+    QMap<int, QString> byNumber;
     for (Node child = object.firstChildElement(); !child.isNull();
          child = child.nextSiblingElement()) {
-        if (const int number = imageNumber(child.name()))
-            images.append(qMakePair(number, child.text().toString()));
-    }
-    // Numbers beyond the count of image elements can never be reached.
-    QVector<const QString *> byNumber(images.size(), nullptr);
-    for (const auto &image : images) {
-        if (image.first <= byNumber.size() && !byNumber[image.first - 1])
-            byNumber[image.first - 1] = &image.second;
+        const int number = imageNumber(child.name());
+        if (number && !byNumber.contains(number))
+            byNumber.insert(number, child.text().toString());
     }
     QStringList paths;
-    for (const QString *text : qAsConst(byNumber)) {
-        if (!text)
-            break;
-        paths << QLatin1String(ImagePathPrefix) + *text;
-    }
+    for (int number = 1; byNumber.contains(number); ++number)
+        paths << QLatin1String(ImagePathPrefix) + byNumber.value(number);
     return paths;
 }
 
@@ -103,39 +85,34 @@ const FieldTable<O> &objectTable()
         FO::element<&O::objectCategory>("objectCategory"),
         FO::element<&O::objectUID>("objectUID"),
         FO::member<&O::images>("images", &writeImages),
-        FO::readOnly(FO::element<&O::objectType>("objectType")),
-        FO::readOnly(FO::element<&O::rtuID>("rtuID")),
-        FO::readOnly(FO::element<&O::registerID>("registerID")),
-        FO::readOnly(FO::element<&O::width>("width")),
-        FO::readOnly(FO::element<&O::height>("height")),
-        FO::readOnly(FO::element<&O::lofX>("lofX")),
-        FO::readOnly(FO::element<&O::lofY>("lofY")),
-        FO::readOnly(FO::element<&O::m_val, IntAsFloat>("m_val")),
-        FO::readOnly(FO::element<&O::a_val, IntAsFloat>("a_val")),
+        FO::writtenBy(FO::element<&O::objectType>("objectType"), nullptr),
+        FO::writtenBy(FO::element<&O::rtuID>("rtuID"), nullptr),
+        FO::writtenBy(FO::element<&O::registerID>("registerID"), nullptr),
+        FO::writtenBy(FO::element<&O::width>("width"), nullptr),
+        FO::writtenBy(FO::element<&O::height>("height"), nullptr),
+        FO::writtenBy(FO::element<&O::lofX>("lofX"), nullptr),
+        FO::writtenBy(FO::element<&O::lofY>("lofY"), nullptr),
+        FO::writtenBy(FO::element<&O::m_val, IntAsFloat>("m_val"), nullptr),
+        FO::writtenBy(FO::element<&O::a_val, IntAsFloat>("a_val"), nullptr),
         FO::member<&O::reserved>("reserved"),
         FO::member<&O::isUserObject>("isUserObject"),
     };
     return rows;
 }
 
-template <class Node>
-ScadaLibObject *readObject(const Node &element, bool isUserObject)
-{
-    static const FieldReader<O> reader(objectTable());
-    auto *object = new ScadaLibObject;
-    reader.read(element, *object);
-    object->images = readImages(element);
-    object->isUserObject = isUserObject;
-    return object;
-}
-
 // Every "object" child of the root (whatever its name), in file order.
 template <class Node>
 void readObjects(const Node &root, bool isUserLibrary, QList<ScadaLibObject *> *objects)
 {
+    static const FieldReader<O> reader(objectTable());
     for (Node element = root.firstChildElement(ObjectElement); !element.isNull();
-         element = element.nextSiblingElement(ObjectElement))
-        objects->append(readObject(element, isUserLibrary));
+         element = element.nextSiblingElement(ObjectElement)) {
+        auto *object = new ScadaLibObject;
+        reader.read(element, *object);
+        object->images = readImages(element);
+        object->isUserObject = isUserLibrary;
+        objects->append(object);
+    }
 }
 template void readObjects(const DomNode &, bool, QList<ScadaLibObject *> *);
 

@@ -16,8 +16,10 @@ const int DbQueryTextItemKind = 5; // the code of a real-time chart too
 
 const XmlName reportTag("reportTag");
 
+} // namespace
+
 // Writing order.
-const FieldTable<R> &table()
+const FieldTable<R> &dbQueryTextTable()
 {
     static const FieldTable<R> rows = envelopeTable<R>({}, {
         F::element<&R::bgColor>("bgColor"),
@@ -40,29 +42,17 @@ const FieldTable<R> &table()
     return rows;
 }
 
-const FieldReader<R> &reader()
-{
-    static const FieldReader<R> fields(table());
-    return fields;
-}
-
-} // namespace
-
 template <class Node>
 DbQueryTextItemLoadData_t *readDbQueryTextItem(const Node &item)
 {
-    return readRecord(item, reader(), DbQueryTextItemKind);
+    static const FieldReader<R> reader(dbQueryTextTable());
+    return readRecord(item, reader, DbQueryTextItemKind);
 }
 template DbQueryTextItemLoadData_t *readDbQueryTextItem(const DomNode &);
 
 DbQueryTextItemLoadData_t *ScaFileProcessor::dbqTextItemFromXML(QDomElement *item)
 {
     return readDbQueryTextItem(item ? DomNode(*item) : DomNode());
-}
-
-void writeDbQueryTextItem(QXmlStreamWriter &w, const DbQueryTextItemLoadData_t &r)
-{
-    writeFields(w, r, table());
 }
 
 void copyDbQueryTextItemData(DbQueryTextItemLoadData_t *target,
@@ -78,5 +68,5 @@ ItemTagSlots dbQueryTextTagSlots(const DbQueryTextItemLoadData_t &item)
 
 RecordFields fieldsOf(const DbQueryTextItemLoadData_t &item)
 {
-    return itemFields(item, table());
+    return itemFields(item, dbQueryTextTable());
 }

@@ -21,8 +21,6 @@
 #include "fieldTable_p.h"
 #include "scaFileData.h"
 
-#include <QXmlStreamWriter>
-
 namespace PageXml {
 
 inline const XmlName ScadaFile("ScadaFile");
@@ -100,11 +98,16 @@ R *readRecord(const Node &item, const FieldReader<R> &reader, int itemKind)
     return record;
 }
 
-// The fields of an item: its base record's as "base.*", then its own.
+// The fields of an item: its base record's as "base.*", then its own (with those of `more`).
 template <class R>
-RecordFields itemFields(const R &item, const FieldTable<R> &table)
+RecordFields itemFields(const R &item, const FieldTable<R> &table,
+                        const FieldTable<R> &more = FieldTable<R>())
 {
-    return prefixed(QStringLiteral("base"), fieldsOf(*item.base)) + collectFields(item, table);
+    FieldCollector out;
+    out.add(&item.base, QStringLiteral("base"), fieldsOf(*item.base));
+    collectFields(item, table, out);
+    collectFields(item, more, out);
+    return out.take();
 }
 
 // The copy function of a kind whose fields are all values: every field but `base` (record
@@ -128,9 +131,19 @@ struct ItemTagSlot
 };
 using ItemTagSlots = QVector<ItemTagSlot>;
 
-// Each kind's reader (a template over the node type, instantiated for DomNode), content writer
-// (everything of one "Item" after its "ItemType"), and, for the kinds that bind tags, the tags
-// its record is bound to. Defined in the kind's own source file.
+// Each kind's table, reader (a template over the node type, instantiated for DomNode) and, for
+// the kinds that bind tags, the tags its record is bound to. Defined in the kind's own source
+// file.
+const FieldTable<ScadaObjectLoadData_t> &scadaObjectTable();
+const FieldTable<TextItemLoadData_t> &textItemTable();
+const FieldTable<DbQueryTextItemLoadData_t> &dbQueryTextTable();
+const FieldTable<RealTimeChartItemLoadData_t> &realTimeChartTable();
+const FieldTable<GaugeItemLoadData_t> &gaugeTable();
+const FieldTable<TableItemLoadData_t> &tableItemTable();
+const FieldTable<ImageItemLoadData_t> &imageItemTable();
+const FieldTable<WebFrameItemLoadData_t> &webFrameItemTable();
+const FieldTable<ScheduleItemLoadData_t> &scheduleItemTable();
+
 template <class Node> ScadaObjectLoadData_t *readScadaObject(const Node &item);
 template <class Node> TextItemLoadData_t *readTextItem(const Node &item);
 template <class Node> DbQueryTextItemLoadData_t *readDbQueryTextItem(const Node &item);
@@ -140,16 +153,6 @@ template <class Node> TableItemLoadData_t *readTableItem(const Node &item);
 template <class Node> ImageItemLoadData_t *readImageItem(const Node &item);
 template <class Node> WebFrameItemLoadData_t *readWebFrameItem(const Node &item);
 template <class Node> ScheduleItemLoadData_t *readScheduleItem(const Node &item);
-
-void writeScadaObject(QXmlStreamWriter &writer, const ScadaObjectLoadData_t &item);
-void writeTextItem(QXmlStreamWriter &writer, const TextItemLoadData_t &item);
-void writeDbQueryTextItem(QXmlStreamWriter &writer, const DbQueryTextItemLoadData_t &item);
-void writeRealTimeChartItem(QXmlStreamWriter &writer, const RealTimeChartItemLoadData_t &item);
-void writeGaugeItem(QXmlStreamWriter &writer, const GaugeItemLoadData_t &item);
-void writeTableItem(QXmlStreamWriter &writer, const TableItemLoadData_t &item);
-void writeImageItem(QXmlStreamWriter &writer, const ImageItemLoadData_t &item);
-void writeWebFrameItem(QXmlStreamWriter &writer, const WebFrameItemLoadData_t &item);
-void writeScheduleItem(QXmlStreamWriter &writer, const ScheduleItemLoadData_t &item);
 
 ItemTagSlots scadaObjectTagSlots(const ScadaObjectLoadData_t &item);
 ItemTagSlots dbQueryTextTagSlots(const DbQueryTextItemLoadData_t &item);

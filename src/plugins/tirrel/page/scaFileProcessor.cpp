@@ -71,12 +71,6 @@ const FieldTable<P> &propertyTable()
     return rows;
 }
 
-const FieldReader<P> &propertyReader()
-{
-    static const FieldReader<P> fields(propertyTable(), {&layerOrder, &pageGeometry, &ScrollTags});
-    return fields;
-}
-
 void writePageGeometry(QXmlStreamWriter &w, const QSize &size)
 {
     w.writeEmptyElement(pageGeometry);
@@ -152,12 +146,9 @@ void readLayers(const QString &text, const ItemLayers &itemLayers, ScaFileData *
         if (listed.contains(key))
             continue;
         listed.insert(key);
-        LayerInfo layer;
+        LayerInfo layer; // visible, param4 and param5 -1
         layer.name = ScaFileProcessor::tr("New Layer_%1").arg(key);
         layer.id = quint64(qint64(key));
-        layer.visible = true;
-        layer.param4 = DefaultLayerParam;
-        layer.param5 = DefaultLayerParam;
         page->layerIds.append(key);
         page->layers.append(layer);
     }
@@ -189,26 +180,27 @@ template <class Node>
 void readPageProperties(const Node &element, const QString &fileNameArgument, ScaFileData *page,
                         const ItemLayers &itemLayers)
 {
+    static const FieldReader<P> reader(propertyTable(), {&layerOrder, &pageGeometry, &ScrollTags});
     P &p = page->pageProperties;
-    const ChildElements<Node> children = propertyReader().read(element, p);
+    const ChildElements<Node> children = reader.read(element, p);
     if (!fileNameArgument.isNull())
         p.fileName = fileNameArgument;
     p.auxPageId = -1;
 
-    const Node &geometry = children[propertyReader().indexOf(pageGeometry)];
+    const Node &geometry = children[reader.indexOf(pageGeometry)];
     const XmlValue width = geometry.attribute(W);
     const XmlValue height = geometry.attribute(H);
     p.pageGeometry = QSize(width.isMissing() ? DefaultPageWidth : width.toInt(),
                            height.isMissing() ? DefaultPageHeight : height.toInt());
 
-    const Node &scrollTags = children[propertyReader().indexOf(ScrollTags)];
+    const Node &scrollTags = children[reader.indexOf(ScrollTags)];
     for (Node e = scrollTags.firstChildElement(Tag); !e.isNull(); e = e.nextSiblingElement(Tag)) {
         static const FieldReader<ScrollTagInfo> tagReader(scrollTagTable());
         ScrollTagInfo tag;
         tagReader.read(e, tag);
         p.scrollTags.append(tag);
     }
-    readLayers(children[propertyReader().indexOf(layerOrder)].text().toString(), itemLayers, page);
+    readLayers(children[reader.indexOf(layerOrder)].text().toString(), itemLayers, page);
 }
 
 // ---- The page --------------------------------------------------------------------------------
@@ -232,9 +224,9 @@ const ItemKind<Node> *itemKindOf(const Node &item)
     const auto &kinds = itemKinds<Node>();
     if (type.isNull())
         return &kinds.front();
-    const XmlValue text = type.text();
+    const QString text = type.text().toSharedString();
     for (const ItemKind<Node> &kind : kinds) {
-        if (text.is(kind.itemType))
+        if (text == kind.itemType)
             return &kind;
     }
     return nullptr;

@@ -17,8 +17,10 @@ const int GaugeItemKind = 10;
 
 const XmlName TagId("TagId");
 
+} // namespace
+
 // Writing order.
-const FieldTable<R> &table()
+const FieldTable<R> &gaugeTable()
 {
     static const FieldTable<R> rows = envelopeTable<R>({}, {
         F::element<&R::Foreground>("Foreground", "#FFF"),
@@ -47,29 +49,17 @@ const FieldTable<R> &table()
     return rows;
 }
 
-const FieldReader<R> &reader()
-{
-    static const FieldReader<R> fields(table());
-    return fields;
-}
-
-} // namespace
-
 template <class Node>
 GaugeItemLoadData_t *readGaugeItem(const Node &item)
 {
-    return readRecord(item, reader(), GaugeItemKind);
+    static const FieldReader<R> reader(gaugeTable());
+    return readRecord(item, reader, GaugeItemKind);
 }
 template GaugeItemLoadData_t *readGaugeItem(const DomNode &);
 
 GaugeItemLoadData_t *ScaFileProcessor::gaugeItemFromXML(QDomElement *item)
 {
     return readGaugeItem(item ? DomNode(*item) : DomNode());
-}
-
-void writeGaugeItem(QXmlStreamWriter &w, const GaugeItemLoadData_t &r)
-{
-    writeFields(w, r, table());
 }
 
 void copyGaugeItemData(GaugeItemLoadData_t *target, const GaugeItemLoadData_t *source)
@@ -84,5 +74,5 @@ ItemTagSlots gaugeTagSlots(const GaugeItemLoadData_t &item)
 
 RecordFields fieldsOf(const GaugeItemLoadData_t &item)
 {
-    return itemFields(item, table());
+    return itemFields(item, gaugeTable());
 }

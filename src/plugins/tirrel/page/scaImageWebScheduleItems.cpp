@@ -29,24 +29,6 @@ FieldTable<R> hostFields()
     };
 }
 
-const FieldTable<ImageItemLoadData_t> &imageTable()
-{
-    using R = ImageItemLoadData_t;
-    static const FieldTable<R> rows = envelopeTable<R>({}, {
-        FieldRows<R>::element<&R::ImageFile>("ImageFile", "placeholder_image.png"),
-    }) + hostFields<R>();
-    return rows;
-}
-
-const FieldTable<WebFrameItemLoadData_t> &webFrameTable()
-{
-    using R = WebFrameItemLoadData_t;
-    static const FieldTable<R> rows = envelopeTable<R>({}, {
-        FieldRows<R>::element<&R::Weblink>("Weblink"),
-    }) + hostFields<R>();
-    return rows;
-}
-
 // "TagIDs" holding one "Tag" element per tag id, as decimal text.
 using S = ScheduleItemLoadData_t;
 
@@ -58,7 +40,27 @@ void writeScheduleTags(QXmlStreamWriter &w, const S &r)
     w.writeEndElement(); // </TagIDs>
 }
 
-const FieldTable<S> &scheduleTable()
+} // namespace
+
+const FieldTable<ImageItemLoadData_t> &imageItemTable()
+{
+    using R = ImageItemLoadData_t;
+    static const FieldTable<R> rows = envelopeTable<R>({}, {
+        FieldRows<R>::element<&R::ImageFile>("ImageFile", "placeholder_image.png"),
+    }) + hostFields<R>();
+    return rows;
+}
+
+const FieldTable<WebFrameItemLoadData_t> &webFrameItemTable()
+{
+    using R = WebFrameItemLoadData_t;
+    static const FieldTable<R> rows = envelopeTable<R>({}, {
+        FieldRows<R>::element<&R::Weblink>("Weblink"),
+    }) + hostFields<R>();
+    return rows;
+}
+
+const FieldTable<S> &scheduleItemTable()
 {
     static const FieldTable<S> rows = envelopeTable<S>({}, {
         FieldRows<S>::member<&S::TagIDs>("TagIDs", &writeScheduleTags),
@@ -66,34 +68,19 @@ const FieldTable<S> &scheduleTable()
     return rows;
 }
 
-// One reader per table (and so per record type).
-template <class R>
-const FieldReader<R> &readerOf(const FieldTable<R> &table,
-                               std::initializer_list<const XmlName *> more = {})
-{
-    static const FieldReader<R> fields(table, more);
-    return fields;
-}
-
-} // namespace
-
 // ---- Image -----------------------------------------------------------------------------------
 
 template <class Node>
 ImageItemLoadData_t *readImageItem(const Node &item)
 {
-    return readRecord(item, readerOf(imageTable()), ImageItemKind);
+    static const FieldReader<ImageItemLoadData_t> reader(imageItemTable());
+    return readRecord(item, reader, ImageItemKind);
 }
 template ImageItemLoadData_t *readImageItem(const DomNode &);
 
 ImageItemLoadData_t *ScaFileProcessor::imageItemFromXML(QDomElement *item)
 {
     return readImageItem(item ? DomNode(*item) : DomNode());
-}
-
-void writeImageItem(QXmlStreamWriter &w, const ImageItemLoadData_t &r)
-{
-    writeFields(w, r, imageTable());
 }
 
 void copyImageItemData(ImageItemLoadData_t *target, const ImageItemLoadData_t *source)
@@ -103,7 +90,7 @@ void copyImageItemData(ImageItemLoadData_t *target, const ImageItemLoadData_t *s
 
 RecordFields fieldsOf(const ImageItemLoadData_t &item)
 {
-    return itemFields(item, imageTable());
+    return itemFields(item, imageItemTable());
 }
 
 // ---- Web frame -------------------------------------------------------------------------------
@@ -116,18 +103,14 @@ QString WebFrameItemLoadData_t::defaultWeblink()
 template <class Node>
 WebFrameItemLoadData_t *readWebFrameItem(const Node &item)
 {
-    return readRecord(item, readerOf(webFrameTable()), WebFrameItemKind);
+    static const FieldReader<WebFrameItemLoadData_t> reader(webFrameItemTable());
+    return readRecord(item, reader, WebFrameItemKind);
 }
 template WebFrameItemLoadData_t *readWebFrameItem(const DomNode &);
 
 WebFrameItemLoadData_t *ScaFileProcessor::webFrameItemFromXML(QDomElement *item)
 {
     return readWebFrameItem(item ? DomNode(*item) : DomNode());
-}
-
-void writeWebFrameItem(QXmlStreamWriter &w, const WebFrameItemLoadData_t &r)
-{
-    writeFields(w, r, webFrameTable());
 }
 
 void copyWebFrameItemData(WebFrameItemLoadData_t *target, const WebFrameItemLoadData_t *source)
@@ -137,7 +120,7 @@ void copyWebFrameItemData(WebFrameItemLoadData_t *target, const WebFrameItemLoad
 
 RecordFields fieldsOf(const WebFrameItemLoadData_t &item)
 {
-    return itemFields(item, webFrameTable());
+    return itemFields(item, webFrameItemTable());
 }
 
 // ---- Schedule --------------------------------------------------------------------------------
@@ -145,7 +128,7 @@ RecordFields fieldsOf(const WebFrameItemLoadData_t &item)
 template <class Node>
 ScheduleItemLoadData_t *readScheduleItem(const Node &item)
 {
-    const FieldReader<S> &fields = readerOf(scheduleTable(), {&TagIDs});
+    static const FieldReader<S> fields(scheduleItemTable(), {&TagIDs});
     S *r = newItem<S>(ScheduleItemKind);
     const ChildElements<Node> children = fields.read(item, *r);
     const Node &tags = children[fields.indexOf(TagIDs)];
@@ -158,11 +141,6 @@ template ScheduleItemLoadData_t *readScheduleItem(const DomNode &);
 ScheduleItemLoadData_t *ScaFileProcessor::schItemFromXML(QDomElement *item)
 {
     return readScheduleItem(item ? DomNode(*item) : DomNode());
-}
-
-void writeScheduleItem(QXmlStreamWriter &w, const ScheduleItemLoadData_t &r)
-{
-    writeFields(w, r, scheduleTable());
 }
 
 void copyScheduleItemData(ScheduleItemLoadData_t *target, const ScheduleItemLoadData_t *source)
@@ -180,5 +158,5 @@ ItemTagSlots scheduleTagSlots(const ScheduleItemLoadData_t &item)
 
 RecordFields fieldsOf(const ScheduleItemLoadData_t &item)
 {
-    return itemFields(item, scheduleTable());
+    return itemFields(item, scheduleItemTable());
 }

@@ -6,13 +6,14 @@
 
 namespace {
 
-// A table entry from the kind's page list, reader, content writer, copy function and tag
-// slots (nullptr for kinds without tags); the record type follows from the list.
-template <class Node, auto List, auto Read, auto Write, auto Copy, auto TagSlots>
+// A table entry from the kind's page list, reader, field table (the content of its "Item"
+// after "ItemType"), copy function and tag slots (nullptr for kinds without tags); the record
+// type follows from the list.
+template <class Node, auto List, auto Read, auto Table, auto Copy, auto TagSlots>
 constexpr ItemKind<Node> makeItemKind(QLatin1String itemType)
 {
-    using Record = std::remove_pointer_t<
-            typename std::remove_reference_t<decltype(std::declval<ScaFileData>().*List)>::value_type>;
+    using Records = std::remove_reference_t<decltype(std::declval<ScaFileData>().*List)>;
+    using Record = std::remove_pointer_t<typename Records::value_type>;
     struct Ops
     {
         static ItemBaseData_t *read(const Node &item, ScaFileData *page)
@@ -29,7 +30,7 @@ constexpr ItemKind<Node> makeItemKind(QLatin1String itemType)
                     continue;
                 w.writeStartElement(PageXml::Item);
                 w.writeTextElement(PageXml::ItemType, type);
-                Write(w, *record);
+                writeFields(w, *record, Table());
                 w.writeEndElement(); // </Item>
             }
         }
@@ -86,12 +87,6 @@ constexpr ItemKind<Node> makeItemKind(QLatin1String itemType)
             std::is_null_pointer_v<decltype(TagSlots)> ? nullptr : &Ops::tagBindings};
 }
 
-template <int N>
-constexpr QLatin1String latin1(const char (&text)[N])
-{
-    return QLatin1String(text, N - 1);
-}
-
 } // namespace
 
 template <class Node>
@@ -100,24 +95,24 @@ const std::array<ItemKind<Node>, ItemKindCount> &itemKinds()
     // Writing order. Reading matches the texts exactly, so the order does not matter there.
     using P = ScaFileData;
     static constexpr std::array<ItemKind<Node>, ItemKindCount> kinds = {
-        makeItemKind<Node, &P::scadaObjects, &readScadaObject<Node>, &writeScadaObject,
-                     &copyScadaObjectData, &scadaObjectTagSlots>(latin1("ScadaObject")),
-        makeItemKind<Node, &P::textItems, &readTextItem<Node>, &writeTextItem,
-                     &copyTextItemData, nullptr>(latin1("TextItem")),
-        makeItemKind<Node, &P::scheduleItems, &readScheduleItem<Node>, &writeScheduleItem,
-                     &copyScheduleItemData, &scheduleTagSlots>(latin1("ScheduleItem")),
-        makeItemKind<Node, &P::rtChartItems, &readRealTimeChartItem<Node>, &writeRealTimeChartItem,
-                     &copyRealTimeChartItemData, &realTimeChartTagSlots>(latin1("RTChartItem")),
-        makeItemKind<Node, &P::dbqTextItems, &readDbQueryTextItem<Node>, &writeDbQueryTextItem,
-                     &copyDbQueryTextItemData, &dbQueryTextTagSlots>(latin1("DbqTextItem")),
-        makeItemKind<Node, &P::tableItems, &readTableItem<Node>, &writeTableItem,
-                     &copyTableItemData, nullptr>(latin1("TableItem")),
-        makeItemKind<Node, &P::imageItems, &readImageItem<Node>, &writeImageItem,
-                     &copyImageItemData, nullptr>(latin1("ImageItem")),
-        makeItemKind<Node, &P::gaugeItems, &readGaugeItem<Node>, &writeGaugeItem,
-                     &copyGaugeItemData, &gaugeTagSlots>(latin1("GaugeItem")),
-        makeItemKind<Node, &P::webFrameItems, &readWebFrameItem<Node>, &writeWebFrameItem,
-                     &copyWebFrameItemData, nullptr>(latin1("WebFrameItem")),
+        makeItemKind<Node, &P::scadaObjects, &readScadaObject<Node>, &scadaObjectTable,
+                     &copyScadaObjectData, &scadaObjectTagSlots>(QLatin1String("ScadaObject")),
+        makeItemKind<Node, &P::textItems, &readTextItem<Node>, &textItemTable,
+                     &copyTextItemData, nullptr>(QLatin1String("TextItem")),
+        makeItemKind<Node, &P::scheduleItems, &readScheduleItem<Node>, &scheduleItemTable,
+                     &copyScheduleItemData, &scheduleTagSlots>(QLatin1String("ScheduleItem")),
+        makeItemKind<Node, &P::rtChartItems, &readRealTimeChartItem<Node>, &realTimeChartTable,
+                     &copyRealTimeChartItemData, &realTimeChartTagSlots>(QLatin1String("RTChartItem")),
+        makeItemKind<Node, &P::dbqTextItems, &readDbQueryTextItem<Node>, &dbQueryTextTable,
+                     &copyDbQueryTextItemData, &dbQueryTextTagSlots>(QLatin1String("DbqTextItem")),
+        makeItemKind<Node, &P::tableItems, &readTableItem<Node>, &tableItemTable,
+                     &copyTableItemData, nullptr>(QLatin1String("TableItem")),
+        makeItemKind<Node, &P::imageItems, &readImageItem<Node>, &imageItemTable,
+                     &copyImageItemData, nullptr>(QLatin1String("ImageItem")),
+        makeItemKind<Node, &P::gaugeItems, &readGaugeItem<Node>, &gaugeTable,
+                     &copyGaugeItemData, &gaugeTagSlots>(QLatin1String("GaugeItem")),
+        makeItemKind<Node, &P::webFrameItems, &readWebFrameItem<Node>, &webFrameItemTable,
+                     &copyWebFrameItemData, nullptr>(QLatin1String("WebFrameItem")),
     };
     return kinds;
 }

@@ -34,12 +34,6 @@ const FieldTable<TagData> &lineTable()
     return rows;
 }
 
-const FieldReader<TagData> &lineReader()
-{
-    static const FieldReader<TagData> fields(lineTable());
-    return fields;
-}
-
 void writeLines(QXmlStreamWriter &w, const R &r)
 {
     w.writeStartElement(TagIDs);
@@ -56,8 +50,27 @@ void lineFields(const Field<R> &, const R &r, FieldCollector &out)
                 [](const TagData &line) { return collectFields(line, lineTable()); });
 }
 
+template <class Node>
+void readLines(const Node &tagIds, QList<TagData> *lines)
+{
+    for (Node e = tagIds.firstChildElement(TagDataElement); !e.isNull();
+         e = e.nextSiblingElement(TagDataElement)) {
+        static const FieldReader<TagData> lineReader(lineTable());
+        TagData line;
+        lineReader.read(e, line);
+        lines->append(line);
+    }
+    for (Node e = tagIds.firstChildElement(Tag); !e.isNull(); e = e.nextSiblingElement(Tag)) {
+        TagData line;
+        line.Tag = e.text().toInt();
+        lines->append(line);
+    }
+}
+
+} // namespace
+
 // Writing order.
-const FieldTable<R> &table()
+const FieldTable<R> &realTimeChartTable()
 {
     static const FieldTable<R> rows = envelopeTable<R>({}, {
         F::member(&lineFields, &writeLines),
@@ -83,36 +96,12 @@ const FieldTable<R> &table()
     return rows;
 }
 
-const FieldReader<R> &reader()
-{
-    static const FieldReader<R> fields(table(), {&TagIDs});
-    return fields;
-}
-
-template <class Node>
-void readLines(const Node &tagIds, QList<TagData> *lines)
-{
-    for (Node e = tagIds.firstChildElement(TagDataElement); !e.isNull();
-         e = e.nextSiblingElement(TagDataElement)) {
-        TagData line;
-        lineReader().read(e, line);
-        lines->append(line);
-    }
-    for (Node e = tagIds.firstChildElement(Tag); !e.isNull(); e = e.nextSiblingElement(Tag)) {
-        TagData line;
-        line.Tag = e.text().toInt();
-        lines->append(line);
-    }
-}
-
-} // namespace
-
 template <class Node>
 RealTimeChartItemLoadData_t *readRealTimeChartItem(const Node &item)
 {
+    static const FieldReader<R> reader(realTimeChartTable(), {&TagIDs});
     R *r = newItem<R>(RealTimeChartItemKind);
-    const ChildElements<Node> children = reader().read(item, *r);
-    readLines(children[reader().indexOf(TagIDs)], &r->TagIDs);
+    readLines(reader.read(item, *r)[reader.indexOf(TagIDs)], &r->TagIDs);
     qCDebug(tirrelPage) << r->ChartOrientation;
     return r;
 }
@@ -121,11 +110,6 @@ template RealTimeChartItemLoadData_t *readRealTimeChartItem(const DomNode &);
 RealTimeChartItemLoadData_t *ScaFileProcessor::rtchartItemFromXML(QDomElement *item)
 {
     return readRealTimeChartItem(item ? DomNode(*item) : DomNode());
-}
-
-void writeRealTimeChartItem(QXmlStreamWriter &w, const RealTimeChartItemLoadData_t &r)
-{
-    writeFields(w, r, table());
 }
 
 void copyRealTimeChartItemData(RealTimeChartItemLoadData_t *target,
@@ -144,5 +128,5 @@ ItemTagSlots realTimeChartTagSlots(const RealTimeChartItemLoadData_t &item)
 
 RecordFields fieldsOf(const RealTimeChartItemLoadData_t &item)
 {
-    return itemFields(item, table());
+    return itemFields(item, realTimeChartTable());
 }

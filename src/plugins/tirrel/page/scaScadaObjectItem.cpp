@@ -23,11 +23,13 @@ const QChar IndexOrderSeparator = QLatin1Char(';');
 void auxEntryFields(const Field<R> &, const R &r, FieldCollector &out)
 {
     out.addList(&r.auxEntries, QStringLiteral("auxEntries"), r.auxEntries,
-                [](const AuxDataEntry &e) {
+                [](const AuxDataEntry *e) {
+                    if (!e)
+                        return RecordFields{{QStringLiteral("null"), true}};
                     return RecordFields{
-                        {QStringLiteral("data"), e.data ? QVariant(*e.data) : QVariant()},
-                        {QStringLiteral("text"), e.text},
-                        {QStringLiteral("value"), e.value}};
+                        {QStringLiteral("data"), e->data ? QVariant(*e->data) : QVariant()},
+                        {QStringLiteral("text"), e->text},
+                        {QStringLiteral("value"), e->value}};
                 });
 }
 
@@ -45,8 +47,22 @@ void writeComponent(QXmlStreamWriter &w, const R &r)
     w.writeEndElement(); // </componentUid>
 }
 
+template <class Node>
+void readIndexOrder(const Node &component, R *r)
+{
+    const XmlValue value = component.attribute(indexOrder);
+    const QString order = value.isMissing() ? MissingIndexOrder : value.toString();
+    if (order.isEmpty())
+        return;
+    const QVector<QStringRef> parts = order.splitRef(IndexOrderSeparator);
+    for (const QStringRef &part : parts)
+        r->indexOrder.append(part.toInt());
+}
+
+} // namespace
+
 // Writing order; "TagIDs" holds one attribute per tag slot, each named as its member.
-const FieldTable<R> &table()
+const FieldTable<R> &scadaObjectTable()
 {
     static const FieldTable<R> rows = envelopeTable<R>(
         {
@@ -105,26 +121,6 @@ const FieldTable<R> &table()
     return rows;
 }
 
-const FieldReader<R> &reader()
-{
-    static const FieldReader<R> fields(table(), {&componentUid});
-    return fields;
-}
-
-template <class Node>
-void readIndexOrder(const Node &component, R *r)
-{
-    const XmlValue value = component.attribute(indexOrder);
-    const QString order = value.isMissing() ? MissingIndexOrder : value.toString();
-    if (order.isEmpty())
-        return;
-    const QVector<QStringRef> parts = order.splitRef(IndexOrderSeparator);
-    for (const QStringRef &part : parts)
-        r->indexOrder.append(part.toInt());
-}
-
-} // namespace
-
 ScadaObjectLoadData_t::~ScadaObjectLoadData_t()
 {
     qDeleteAll(auxEntries);
@@ -155,9 +151,9 @@ void copyScadaObjectData(ScadaObjectLoadData_t *target, const ScadaObjectLoadDat
 template <class Node>
 ScadaObjectLoadData_t *readScadaObject(const Node &item)
 {
+    static const FieldReader<R> reader(scadaObjectTable(), {&componentUid});
     R *r = newItem<R>(ScadaObjectKind);
-    const ChildElements<Node> children = reader().read(item, *r);
-    readIndexOrder(children[reader().indexOf(componentUid)], r);
+    readIndexOrder(reader.read(item, *r)[reader.indexOf(componentUid)], r);
     return r;
 }
 template ScadaObjectLoadData_t *readScadaObject(const DomNode &);
@@ -167,18 +163,13 @@ ScadaObjectLoadData_t *ScaFileProcessor::scadaObjectFromXML(QDomElement *item)
     return readScadaObject(item ? DomNode(*item) : DomNode());
 }
 
-void writeScadaObject(QXmlStreamWriter &w, const ScadaObjectLoadData_t &r)
-{
-    writeFields(w, r, table());
-}
-
 ItemTagSlots scadaObjectTagSlots(const ScadaObjectLoadData_t &item)
 {
     // The slots of the page file, in its order (their decimal texts, read back), then the
     // host's further slots.
     ItemTagSlots tagSlots;
-    for (const Field<R> &row : table()) {
-        if (row.element == TagIDs)
+    for (const Field<R> &row : scadaObjectTable()) {
+        if (row.element.string() == TagIDs.string())
             tagSlots.append({row.text(item).toInt(), row.fieldName(), -1});
     }
     for (int k = 0; k < int(sizeof(item.extraTagIds) / sizeof(item.extraTagIds[0])); ++k)
@@ -188,5 +179,5 @@ ItemTagSlots scadaObjectTagSlots(const ScadaObjectLoadData_t &item)
 
 RecordFields fieldsOf(const ScadaObjectLoadData_t &item)
 {
-    return itemFields(item, table());
+    return itemFields(item, scadaObjectTable());
 }

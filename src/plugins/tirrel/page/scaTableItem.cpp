@@ -88,18 +88,9 @@ QString cellText(const TableCell &cell)
     return QString::fromUtf8(QJsonDocument(object).toJson(QJsonDocument::Indented));
 }
 
-// A cell's "CellText": a JSON object, or else plain text for cellText alone.
-void readCellText(const QString &text, TableCell *cell)
-{
-    const QJsonDocument document = QJsonDocument::fromJson(text.toUtf8());
-    if (document.isObject())
-        readTableCell(cell, document.object());
-    else
-        cell->cellText = text;
-}
-
 // Each row starts from a new cell, and every "CellText" of the row refines the cell the one
-// before it left: what an object does not set carries over to the next cell.
+// before it left: what an object does not set carries over to the next cell. A "CellText" is a
+// JSON object, or else plain text for cellText alone.
 template <class Node>
 void readRows(const Node &tableData, QList<QList<TableCell>> *rows)
 {
@@ -109,20 +100,15 @@ void readRows(const Node &tableData, QList<QList<TableCell>> *rows)
         TableCell cell;
         for (Node text = rowElement.firstChildElement(CellText); !text.isNull();
              text = text.nextSiblingElement(CellText)) {
-            readCellText(text.text().toString(), &cell);
+            const QString json = text.text().toString();
+            const QJsonDocument document = QJsonDocument::fromJson(json.toUtf8());
+            if (document.isObject())
+                readTableCell(&cell, document.object());
+            else
+                cell.cellText = json;
             row.append(cell);
         }
         rows->append(row);
-    }
-}
-
-template <class Node>
-void readColumnWidths(const Node &columnGroup, QList<double> *widths)
-{
-    for (Node column = columnGroup.firstChildElement(Column); !column.isNull();
-         column = column.nextSiblingElement(Column)) {
-        const XmlValue width = column.attribute(ColumnWidth);
-        widths->append(width.isMissing() ? XmlValue(DefaultColumnWidth).toFloat() : width.toFloat());
     }
 }
 
@@ -189,12 +175,6 @@ const FieldTable<R> &dataTable()
     return rows;
 }
 
-const FieldReader<R> &dataReader()
-{
-    static const FieldReader<R> fields(dataTable(), {&TableWidth, &ColumnGroup});
-    return fields;
-}
-
 void writeTableData(QXmlStreamWriter &w, const R &r)
 {
     w.writeStartElement(TableData);
@@ -202,7 +182,9 @@ void writeTableData(QXmlStreamWriter &w, const R &r)
     w.writeEndElement(); // </TableData>
 }
 
-const FieldTable<R> &table()
+} // namespace
+
+const FieldTable<R> &tableItemTable()
 {
     static const FieldTable<R> rows = envelopeTable<R>({}, {
         F::member(nullptr, &writeTableData),
@@ -210,14 +192,6 @@ const FieldTable<R> &table()
     });
     return rows;
 }
-
-const FieldReader<R> &reader()
-{
-    static const FieldReader<R> fields(table(), {&TableData});
-    return fields;
-}
-
-} // namespace
 
 TableCell::TableCell()
     : cellFont(DefaultCellFamily),
@@ -232,14 +206,21 @@ TableCell::TableCell()
 template <class Node>
 TableItemLoadData_t *readTableItem(const Node &item)
 {
+    static const FieldReader<R> reader(tableItemTable(), {&TableData});
+    static const FieldReader<R> dataReader(dataTable(), {&TableWidth, &ColumnGroup});
     R *r = newItem<R>(TableItemKind);
-    const Node data = reader().read(item, *r)[reader().indexOf(TableData)];
-    const ChildElements<Node> dataChildren = dataReader().read(data, *r);
+    const Node data = reader.read(item, *r)[reader.indexOf(TableData)];
+    const ChildElements<Node> dataChildren = dataReader.read(data, *r);
     // Without a "TableWidth" text, "TableHeight" is not read and the widths are in pixels.
-    const bool pixelWidths = dataChildren[dataReader().indexOf(TableWidth)].text().isEmpty();
+    const bool pixelWidths = dataChildren[dataReader.indexOf(TableWidth)].text().isEmpty();
     if (pixelWidths)
         r->TableHeight = 0;
-    readColumnWidths(dataChildren[dataReader().indexOf(ColumnGroup)], &r->columnWidths);
+    const Node columnGroup = dataChildren[dataReader.indexOf(ColumnGroup)];
+    for (Node column = columnGroup.firstChildElement(Column); !column.isNull();
+         column = column.nextSiblingElement(Column)) {
+        const XmlValue width = column.attribute(ColumnWidth);
+        r->columnWidths.append((width.isMissing() ? XmlValue(DefaultColumnWidth) : width).toFloat());
+    }
     if (pixelWidths)
         pixelWidthsToFractions(r);
     readRows(data, &r->rows);
@@ -252,11 +233,6 @@ TableItemLoadData_t *ScaFileProcessor::tableItemFromXML(QDomElement *item)
     return readTableItem(item ? DomNode(*item) : DomNode());
 }
 
-void writeTableItem(QXmlStreamWriter &w, const TableItemLoadData_t &r)
-{
-    writeFields(w, r, table());
-}
-
 void copyTableItemData(TableItemLoadData_t *target, const TableItemLoadData_t *source)
 {
     copyRecordFields(target, source);
@@ -264,10 +240,7 @@ void copyTableItemData(TableItemLoadData_t *target, const TableItemLoadData_t *s
 
 RecordFields fieldsOf(const TableItemLoadData_t &item)
 {
-    FieldCollector out;
-    collectFields(item, table(), out);
-    collectFields(item, dataTable(), out);
-    return prefixed(QStringLiteral("base"), fieldsOf(*item.base)) + out.take();
+    return itemFields(item, tableItemTable(), dataTable());
 }
 
 RecordFields fieldsOf(const TableCell &cell)

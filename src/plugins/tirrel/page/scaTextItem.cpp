@@ -29,41 +29,6 @@ const XmlName GZVal("GZVal");
 const XmlName Width("Width");
 const XmlName Height("Height");
 
-// Writing order.
-const FieldTable<R> &table()
-{
-    static const FieldTable<R> rows = {
-        F::cdata<&R::ItemText>("ItemText"),
-        F::element<&R::TextColor, Fields::NonEmptyText>("TextColor"),
-        F::element<&R::BgColor, Fields::NonEmptyText>("BgColor"),
-        F::element<&R::TextPixelSize>("TextPixelSize"),
-        F::element<&R::Alignment>("Alignment"),
-        F::element<&B::ZVAL>("ZVal"),
-        F::element<&R::DrawPaper>("DrawPaper"),
-        F::element<&R::IsItalic>("IsItalic"),
-        F::element<&R::IsUnderlined>("IsUnderlined"),
-        F::element<&R::Family>("Family"),
-        F::element<&R::IsBold>("IsBold"),
-        F::element<&R::SvgElement>("SvgElement"),
-        F::element<&B::W>(Width),
-        F::element<&B::H>(Height),
-        F::element<&B::Rot>("Rot"),
-        F::element<&B::X, Fields::TruncatedFloat>("ItemPosX"),
-        F::element<&B::Y, Fields::TruncatedFloat>("ItemPosY"),
-        F::attribute<&B::Name>(Properties, Name),
-        F::attribute<&B::LayerId>(Properties, LayerId),
-        F::attribute<&B::GroupId>(Properties, GroupId),
-        F::attribute<&B::GZVAL>(Properties, GZVAL),
-    };
-    return rows;
-}
-
-const FieldReader<R> &reader()
-{
-    static const FieldReader<R> fields(table(), {&TextSize, &GZVal, &Width, &Height});
-    return fields;
-}
-
 // "TextPixelSize" values that mean "none": the reader then takes "TextSize".
 bool noPixelSize(int size)
 {
@@ -104,10 +69,39 @@ QSize measuredSize(const R &r)
 
 } // namespace
 
+// Writing order.
+const FieldTable<R> &textItemTable()
+{
+    static const FieldTable<R> rows = {
+        F::cdata<&R::ItemText>("ItemText"),
+        F::element<&R::TextColor, Fields::NonEmptyText>("TextColor"),
+        F::element<&R::BgColor, Fields::NonEmptyText>("BgColor"),
+        F::element<&R::TextPixelSize>("TextPixelSize"),
+        F::element<&R::Alignment>("Alignment"),
+        F::element<&B::ZVAL>("ZVal"),
+        F::element<&R::DrawPaper>("DrawPaper"),
+        F::element<&R::IsItalic>("IsItalic"),
+        F::element<&R::IsUnderlined>("IsUnderlined"),
+        F::element<&R::Family>("Family"),
+        F::element<&R::IsBold>("IsBold"),
+        F::element<&R::SvgElement>("SvgElement"),
+        F::element<&B::W>(Width),
+        F::element<&B::H>(Height),
+        F::element<&B::Rot>("Rot"),
+        F::element<&B::X, Fields::TruncatedFloat>("ItemPosX"),
+        F::element<&B::Y, Fields::TruncatedFloat>("ItemPosY"),
+        F::attribute<&B::Name>(Properties, Name),
+        F::attribute<&B::LayerId>(Properties, LayerId),
+        F::attribute<&B::GroupId>(Properties, GroupId),
+        F::attribute<&B::GZVAL>(Properties, GZVAL),
+    };
+    return rows;
+}
+
 template <class Node>
 TextItemLoadData_t *readTextItem(const Node &item)
 {
-    const FieldReader<R> &fields = reader();
+    static const FieldReader<R> fields(textItemTable(), {&TextSize, &GZVal, &Width, &Height});
     R *r = newItem<R>(TextItemKind);
     const ChildElements<Node> children = fields.read(item, *r);
     if (noPixelSize(r->TextPixelSize))
@@ -134,11 +128,6 @@ TextItemLoadData_t *ScaFileProcessor::textItemFromXML(QDomElement *item)
     return readTextItem(item ? DomNode(*item) : DomNode());
 }
 
-void writeTextItem(QXmlStreamWriter &w, const TextItemLoadData_t &r)
-{
-    writeFields(w, r, table());
-}
-
 void copyTextItemData(TextItemLoadData_t *target, const TextItemLoadData_t *source)
 {
     copyRecordFields(target, source);
@@ -146,5 +135,5 @@ void copyTextItemData(TextItemLoadData_t *target, const TextItemLoadData_t *sour
 
 RecordFields fieldsOf(const TextItemLoadData_t &item)
 {
-    return itemFields(item, table());
+    return itemFields(item, textItemTable());
 }
