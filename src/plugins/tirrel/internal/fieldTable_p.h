@@ -4,15 +4,16 @@
 // A row names where the field sits in the file (the text of a child element of the record's
 // element, an attribute of such a child, or an attribute of the record's element itself), the
 // member that holds it, its text form and what a missing value reads as. One table drives the
-// reader (readFields, a template over the node type), the writer (writeFields, in table order)
-// and the record's fields for dumps and comparisons (collectFields). Members that no row can
-// describe (lists of sub-records, values spread over several places) are read and written by
-// small functions of their kind and still have a row, for collectFields.
+// reader (FieldReader::read, a template over the node type), the writer (writeFields, in table
+// order) and the record's fields for dumps and comparisons (collectFields). Members that no row
+// can describe (lists of sub-records, values spread over several places) are read by small
+// functions of their kind and still have a row, which writes them in their place and gives
+// their fields.
 //
 //   using G = GaugeItemLoadData_t;
 //   using F = FieldRows<G>;
 //   F::element<&G::MaxValue>("MaxValue", "100"),     // <MaxValue>, a missing one reads as 100
-//   F::attribute<&ItemBaseData_t::X, Fields::Truncated>(Geometry, "X"),
+//   F::attribute<&ItemBaseData_t::X, Fields::Truncated>(Geometry, X),
 //   F::member<&G::auxBrush>("auxBrush"),              // the host's; not in the file
 //
 // A name used by one row only is written in the row; names several rows or functions share

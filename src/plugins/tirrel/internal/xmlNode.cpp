@@ -1,6 +1,5 @@
 #include "xmlNode_p.h"
 
-#include <cstring>
 #include <limits>
 
 namespace {

@@ -33,7 +33,8 @@
 #include <cstring>
 
 // A name of the formats (element or attribute), kept in the two forms the two node kinds
-// compare against. Names of the formats are ASCII. Made once, at static initialisation.
+// compare against. Names of the formats are ASCII literals, which the name points into. Made
+// once, at static initialisation or with the field table whose row names it.
 class XmlName
 {
 public:

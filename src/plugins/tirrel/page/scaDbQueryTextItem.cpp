@@ -1,4 +1,4 @@
-// Database-query text items: the record's table, reader, content writer and copy. The item uses
+// Database-query text items: the record's table, reader and copy. The item uses
 // the common envelope; each of its own values is the text of one child element, and a missing
 // one leaves the new record's value.
 

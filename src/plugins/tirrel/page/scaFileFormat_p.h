@@ -1,7 +1,7 @@
 #pragma once
 
 // The page file format (root "ScadaFile"): the names the frame and several kinds share, the
-// common item envelope, and the per-kind readers, writers and field tables.
+// common item envelope, and the per-kind field tables and readers.
 //
 //   <ScadaFile>
 //     <ItemList>

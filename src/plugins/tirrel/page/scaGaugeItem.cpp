@@ -1,4 +1,4 @@
-// Gauge items: the record's table, reader, content writer and copy. The item uses the common
+// Gauge items: the record's table, reader and copy. The item uses the common
 // envelope; each of its own values is the text of one child element. Colours are parsed on
 // reading (QColor::setNamedColor) and written as #rrggbb names, doubles in the "g" format. The
 // reader's values for missing elements differ from a new record's.

@@ -1,12 +1,12 @@
 #pragma once
 
 // The kinds of page items, in one table (scaItemKinds.cpp): each entry ties the "ItemType" text
-// to the kind's reader, content writer, copy function, tag slots and the page's list of that
-// kind. The page reader dispatches through it, the writer emits the kinds in its order,
-// ScaFileData::clone, deleteAll, itemCounts and tagBindings go through it.
+// to the kind's reader, field table (which writes it), copy function, tag slots and the page's
+// list of that kind. The page reader dispatches through it, the writer emits the kinds in its
+// order, ScaFileData::clone, deleteAllItems, itemCounts and tagBindings go through it.
 //
-// Adding a kind: its record and copy function in scaFileData.h, its reader, writer and field
-// table in a source file of its own (declared in scaFileFormat_p.h), one entry here.
+// Adding a kind: its record, page list and copy function in scaFileData.h, its field table and
+// reader in a source file of its own (declared in scaFileFormat_p.h), one entry here.
 
 #include "scaFileData.h"
 #include "xmlNode_p.h"

@@ -1,4 +1,4 @@
-// Real-time chart items: the record's table, reader, content writer and copy. The item uses the
+// Real-time chart items: the record's table, reader and copy. The item uses the
 // common envelope; its lines are the entries of "TagIDs", its other values the texts of child
 // elements, and a missing one leaves the new record's value.
 

@@ -1,4 +1,4 @@
-// SCADA object items: the record's table, reader, content writer and copy.
+// SCADA object items: the record's table, reader and copy.
 
 #include "scaFileFormat_p.h"
 #include "scaFileProcessor.h"

@@ -1,4 +1,4 @@
-// Table items: the cell record, the table's table, reader, content writer and copy. The item
+// Table items: the cell record, the field tables, reader and copy. The item
 // uses the common envelope; its own content is one "TableData" element whose cells are JSON
 // objects in CDATA sections.
 

@@ -1,4 +1,4 @@
-// Text items: the record's table, reader, content writer and copy. A text item does not use the
+// Text items: the record's table, reader and copy. A text item does not use the
 // common envelope: its position, size, rotation and stacking value are elements of its own, and
 // its "Properties" carries "Name", "LayerId", "GroupId" and "GZVAL" in that order.
 
