@@ -408,16 +408,20 @@ void writeFields(QXmlStreamWriter &w, const R &record, const Field<R> *begin, co
         const bool attribute = !row->write && !row->attribute.isNull();
         if (!attribute)
             open = nullptr;
-        else if (!row->element.isNull() && (!open || open->string() != row->element.string()))
+        else if (!row->element.isNull() && (!open || (open->latin1() != row->element.latin1()
+                                                      && open->string() != row->element.string())))
             w.writeEmptyElement(*(open = &row->element));
-        if (row->write)
+        if (row->write) {
             row->write(w, record);
-        else if (attribute)
+        } else if (attribute) {
             w.writeAttribute(row->attribute, row->text(record));
-        else if (row->cdata)
-            writeCData(w, row->element, row->text(record));
-        else
+        } else if (row->cdata) { // the text is XML-safe already
+            w.writeStartElement(row->element);
+            w.writeCDATA(row->text(record));
+            w.writeEndElement();
+        } else {
             w.writeTextElement(row->element, row->text(record));
+        }
     }
 }
 template <class R>

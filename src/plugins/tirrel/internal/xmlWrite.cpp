@@ -11,23 +11,24 @@ bool isXmlChar(ushort c)
 
 QString xmlSafe(const QString &text)
 {
-    // Most texts are clean: the text is copied only once a character has to go.
-    QString clean;
+    // Most texts are clean: they are scanned, and copied only when something has to go.
     const QChar *s = text.constData();
     const int n = text.size();
-    int kept = 0; // the characters before this one are in `clean` or need no copy
-    for (int i = 0; i < n; ++i) {
-        const ushort c = s[i].unicode();
-        if (QChar::isHighSurrogate(c) && i + 1 < n && QChar::isLowSurrogate(s[i + 1].unicode())) {
-            ++i;
-        } else if (QChar::isSurrogate(c) || !isXmlChar(c)) {
-            clean.append(s + kept, i - kept);
-            kept = i + 1;
-        }
-    }
-    if (kept == 0 && clean.isNull())
+    int i = 0;
+    while (i < n && isXmlChar(s[i].unicode()) && !s[i].isSurrogate())
+        ++i;
+    if (i == n)
         return text;
-    return clean.append(s + kept, n - kept);
+    QString clean(s, i);
+    clean.reserve(n);
+    for (; i < n; ++i) {
+        const ushort c = s[i].unicode();
+        if (QChar::isHighSurrogate(c) && i + 1 < n && QChar::isLowSurrogate(s[i + 1].unicode()))
+            clean.append(s + i++, 2);
+        else if (isXmlChar(c) && !QChar::isSurrogate(c))
+            clean.append(s[i]);
+    }
+    return clean;
 }
 
 void DomWriter::writeStartElement(const QString &name)
