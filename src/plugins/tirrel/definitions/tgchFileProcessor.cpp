@@ -14,7 +14,6 @@
 #include <QXmlStreamWriter>
 
 #include <cmath>
-#include <limits>
 
 FileDataTree::~FileDataTree()
 {
@@ -77,15 +76,6 @@ const QLatin1String FilterTypeKey("filtertype");
 const QLatin1String RefVal1Key("refval1");
 const QLatin1String RefVal2Key("refval2");
 
-qint32 wholeNumber(const QJsonValue &value)
-{
-    const double d = value.toDouble(0.0);
-    if (d != std::trunc(d) || d < std::numeric_limits<qint32>::min()
-        || d > std::numeric_limits<qint32>::max())
-        return 0;
-    return static_cast<qint32>(d);
-}
-
 void readFilterOptions(const Field<pEtiketDef_t> &, pEtiketDef_t &tag, const XmlValue &value)
 {
     if (value.isMissing())
@@ -94,7 +84,7 @@ void readFilterOptions(const Field<pEtiketDef_t> &, pEtiketDef_t &tag, const Xml
     if (!json.isObject())
         return;
     const QJsonObject options = json.object();
-    tag.filtertype = wholeNumber(options.value(FilterTypeKey));
+    tag.filtertype = options.value(FilterTypeKey).toInt(0); // a whole number in range, else 0
     tag.refval1 = options.value(RefVal1Key).toDouble(0.0);
     tag.refval2 = options.value(RefVal2Key).toDouble(0.0);
 }

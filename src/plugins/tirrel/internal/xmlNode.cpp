@@ -67,11 +67,6 @@ QString XmlValue::toString() const
     return QString();
 }
 
-QString XmlValue::toSharedString() const
-{
-    return m_kind == String ? m_string : toString();
-}
-
 int XmlValue::toInt() const
 {
     qint64 v;

@@ -100,7 +100,7 @@ public:
     QString toString() const;
     // The same, sharing the document's own string where the node kind holds one (DomNode)
     // instead of a copy: for records whose texts may keep that memory after the document.
-    QString toSharedString() const;
+    QString toSharedString() const { return m_kind == String ? m_string : toString(); }
     int toInt() const;
     uint toUInt() const;
     qint64 toInt64() const;

@@ -12,7 +12,7 @@
 #include <QDomDocument>
 #include <QFile>
 #include <QFileInfo>
-#include <QMap>
+#include <QVarLengthArray>
 #include <QMessageBox>
 #include <QSaveFile>
 #include <QXmlStreamWriter>
@@ -49,17 +49,20 @@ int imageNumber(const QString &element)
 template <class Node>
 QStringList readImages(const Node &object)
 {
-    QMap<int, QString> byNumber;
+    QVarLengthArray<QPair<int, Node>, 4> images;
     for (Node child = object.firstChildElement(); !child.isNull();
          child = child.nextSiblingElement()) {
-        const int number = imageNumber(child.name());
-        if (number && !byNumber.contains(number))
-            byNumber.insert(number, child.text().toString());
+        if (const int number = imageNumber(child.name()))
+            images.append({number, child});
     }
     QStringList paths;
-    for (int number = 1; byNumber.contains(number); ++number)
-        paths << QLatin1String(ImagePathPrefix) + byNumber.value(number);
-    return paths;
+    for (int number = 1;; ++number) {
+        const auto image = std::find_if(images.cbegin(), images.cend(),
+                                        [number](const auto &i) { return i.first == number; });
+        if (image == images.cend())
+            return paths;
+        paths << QLatin1String(ImagePathPrefix) + image->second.text().toString();
+    }
 }
 
 // Each image by its file name: images/a.png is written as a.png.
