@@ -87,6 +87,13 @@ constexpr ItemKind<Node> makeItemKind(QLatin1String itemType)
             std::is_null_pointer_v<decltype(TagSlots)> ? nullptr : &Ops::tagBindings};
 }
 
+// QLatin1String(const char *) counts with strlen, which is not a constant expression everywhere.
+template <int N>
+constexpr QLatin1String latin1(const char (&text)[N])
+{
+    return QLatin1String(text, N - 1);
+}
+
 } // namespace
 
 template <class Node>
@@ -96,23 +103,23 @@ const std::array<ItemKind<Node>, ItemKindCount> &itemKinds()
     using P = ScaFileData;
     static constexpr std::array<ItemKind<Node>, ItemKindCount> kinds = {
         makeItemKind<Node, &P::scadaObjects, &readScadaObject<Node>, &scadaObjectTable,
-                     &copyScadaObjectData, &scadaObjectTagSlots>(QLatin1String("ScadaObject")),
+                     &copyScadaObjectData, &scadaObjectTagSlots>(latin1("ScadaObject")),
         makeItemKind<Node, &P::textItems, &readTextItem<Node>, &textItemTable,
-                     &copyTextItemData, nullptr>(QLatin1String("TextItem")),
+                     &copyTextItemData, nullptr>(latin1("TextItem")),
         makeItemKind<Node, &P::scheduleItems, &readScheduleItem<Node>, &scheduleItemTable,
-                     &copyScheduleItemData, &scheduleTagSlots>(QLatin1String("ScheduleItem")),
+                     &copyScheduleItemData, &scheduleTagSlots>(latin1("ScheduleItem")),
         makeItemKind<Node, &P::rtChartItems, &readRealTimeChartItem<Node>, &realTimeChartTable,
-                     &copyRealTimeChartItemData, &realTimeChartTagSlots>(QLatin1String("RTChartItem")),
+                     &copyRealTimeChartItemData, &realTimeChartTagSlots>(latin1("RTChartItem")),
         makeItemKind<Node, &P::dbqTextItems, &readDbQueryTextItem<Node>, &dbQueryTextTable,
-                     &copyDbQueryTextItemData, &dbQueryTextTagSlots>(QLatin1String("DbqTextItem")),
+                     &copyDbQueryTextItemData, &dbQueryTextTagSlots>(latin1("DbqTextItem")),
         makeItemKind<Node, &P::tableItems, &readTableItem<Node>, &tableItemTable,
-                     &copyTableItemData, nullptr>(QLatin1String("TableItem")),
+                     &copyTableItemData, nullptr>(latin1("TableItem")),
         makeItemKind<Node, &P::imageItems, &readImageItem<Node>, &imageItemTable,
-                     &copyImageItemData, nullptr>(QLatin1String("ImageItem")),
+                     &copyImageItemData, nullptr>(latin1("ImageItem")),
         makeItemKind<Node, &P::gaugeItems, &readGaugeItem<Node>, &gaugeTable,
-                     &copyGaugeItemData, &gaugeTagSlots>(QLatin1String("GaugeItem")),
+                     &copyGaugeItemData, &gaugeTagSlots>(latin1("GaugeItem")),
         makeItemKind<Node, &P::webFrameItems, &readWebFrameItem<Node>, &webFrameItemTable,
-                     &copyWebFrameItemData, nullptr>(QLatin1String("WebFrameItem")),
+                     &copyWebFrameItemData, nullptr>(latin1("WebFrameItem")),
     };
     return kinds;
 }
