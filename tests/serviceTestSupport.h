@@ -79,29 +79,6 @@ inline int messageBoxesAlive()
     return count;
 }
 
-// Records every message sent to Qt's message output while it lives.
-class MessageRecorder
-{
-public:
-    MessageRecorder()
-    {
-        s_messages.clear();
-        m_previous = qInstallMessageHandler(&MessageRecorder::record);
-    }
-    ~MessageRecorder() { qInstallMessageHandler(m_previous); }
-
-    static QStringList messages() { return s_messages; }
-
-private:
-    static void record(QtMsgType, const QMessageLogContext &, const QString &message)
-    {
-        s_messages << message;
-    }
-
-    static inline QStringList s_messages;
-    QtMessageHandler m_previous;
-};
-
 inline QByteArray readAll(const QString &path)
 {
     QFile file(path);

@@ -78,11 +78,8 @@ void EventLoggerScenarios::openErrorCostsOnlyThatMessage()
 {
     QVERIFY(QDir().mkdir(logPath()));   // a folder where the file belongs cannot be opened
     EventLogger::activate();
-    {
-        MessageRecorder recorder;
-        EventLogger::logData("lost");
-        QCOMPARE(MessageRecorder::messages(), QStringList({"File open error"}));
-    }
+    QTest::ignoreMessage(QtDebugMsg, "File open error");
+    EventLogger::logData("lost");
     QVERIFY(QDir().rmdir(logPath()));
     EventLogger::logData("kept");
     EventLogger::logData("next");

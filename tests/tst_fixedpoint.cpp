@@ -47,15 +47,9 @@ QByteArray savePage(ScaFileData *page, const QString &path)
 QStringList dumpObjects(const QList<ScadaLibObject *> &objects)
 {
     QStringList lines;
-    for (int i = 0; i < objects.size(); ++i) {
-        const ScadaLibObject &o = *objects.at(i);
-        lines << QStringLiteral("object[%1] name=\"%2\" category=\"%3\" uid=%4 rtu=%5 register=%6 "
-                                "type=%7 size=%8x%9 lof=%10,%11 m=%12 a=%13 user=%14 images=%15")
-                         .arg(i).arg(o.name, o.objectCategory).arg(o.objectUID).arg(o.rtuID)
-                         .arg(o.registerID).arg(o.objectType).arg(o.width).arg(o.height)
-                         .arg(o.lofX).arg(o.lofY).arg(double(o.m_val)).arg(double(o.a_val))
-                         .arg(o.isUserObject).arg(o.images.join(QLatin1Char('|')));
-    }
+    for (int i = 0; i < objects.size(); ++i)
+        lines += pagedump::prefixed(QStringLiteral("object[%1].").arg(i),
+                                    pagedump::lines(fieldsOf(*objects.at(i))));
     return lines;
 }
 

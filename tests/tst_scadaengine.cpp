@@ -78,12 +78,12 @@ QList<SeenBox> addClosingBox(ScadaLibObject *object)
     return closer.boxes;
 }
 
-// Creates the engine and returns what it reported while reading its files.
-QStringList startEngine()
+// Creates the engine, which reports each library file it cannot open.
+void startEngine(int unopened)
 {
-    MessageRecorder recorder;
+    for (int i = 0; i < unopened; ++i)
+        QTest::ignoreMessage(QtDebugMsg, OpenError);
     ScadaEngine::instance();
-    return MessageRecorder::messages();
 }
 
 } // namespace
@@ -111,7 +111,7 @@ void ScadaEngineScenarios::neitherFile()
     QDir().mkpath(QCoreApplication::applicationDirPath() + QLatin1String("/scdLib"));
     QVERIFY(copyFixture(QStringLiteral("library/objlib.xml"),
                         QCoreApplication::applicationDirPath() + QLatin1String("/scdLib/objlib.xml")));
-    QCOMPARE(startEngine(), QStringList({OpenError, OpenError}));
+    startEngine(2);
     ScadaEngine *engine = ScadaEngine::instance();
     QCOMPARE(engine->getLibPath(), programRoot() + QLatin1String("/scdLib/"));
     QCOMPARE(engine->getUserLibPath(), userFolder() + QLatin1Char('/'));
@@ -122,7 +122,7 @@ void ScadaEngineScenarios::neitherFile()
 void ScadaEngineScenarios::malformedAndEmptyFiles()
 {
     QVERIFY(placeLibraries(QStringLiteral("malformed.xml"), QStringLiteral("no-objects.xml")));
-    QCOMPARE(startEngine(), QStringList());
+    startEngine(0);
     QVERIFY(ScadaEngine::instance()->getLibObjects()->isEmpty());
 }
 
@@ -130,13 +130,12 @@ void ScadaEngineScenarios::unreadableFiles()
 {
     QVERIFY(placeLibraries(QStringLiteral("objlib.xml"), QString()));
     QVERIFY(QDir().mkpath(userLibraryFile()));   // a folder cannot be read or written as a file
-    QCOMPARE(startEngine(), QStringList({OpenError}));
+    startEngine(1);
 
     // The object is still added in memory and confirmed; only its saving fails.
     ScadaLibObject *object = newObject(QStringLiteral("Kept"), QStringLiteral("Mem"));
-    MessageRecorder recorder;
+    QTest::ignoreMessage(QtDebugMsg, OpenError);
     QCOMPARE(addClosingBox(object).size(), 1);
-    QCOMPARE(MessageRecorder::messages().filter(QLatin1String(OpenError)), QStringList({OpenError}));
     QCOMPARE(ScadaEngine::instance()->getLibObjects()->size(), 4);
     QCOMPARE(ScadaEngine::instance()->getLibObjects()->last(), object);
     QVERIFY(!ScadaEngine::instance()->saveUserLibraryFile({object}));
@@ -153,7 +152,7 @@ void ScadaEngineScenarios::twoAdditions()
     QVERIFY(writeFile(sources + QLatin1String("/one/b.png"), "B1"));
     QVERIFY(writeFile(sources + QLatin1String("/two/b.png"), "B2"));
 
-    QCOMPARE(startEngine(), QStringList());
+    startEngine(0);
     QList<ScadaLibObject *> *catalogue = ScadaEngine::instance()->getLibObjects();
     ScadaLibObject *mixer = newObject(QStringLiteral("Mixer"), QStringLiteral("Mixers"),
                                       {sources + QLatin1String("/one/a.png"),

@@ -479,6 +479,12 @@ void tst_TgchFileProcessor::filterOptionsLayout_data()
     QTest::newRow("many digits") << 7 << 0.1 << 1.0 / 3.0;
     QTest::newRow("large and small") << 2147483647 << 1e300 << -4.9e-324;
     QTest::newRow("infinities") << -2147483647 - 1 << qInf() << -qInf();
+    QTest::newRow("whole numbers") << 0 << 1e6 << -9007199254740992.0;
+    QTest::newRow("whole numbers beyond 2^53") << 1 << 9007199254740994.0 << -1e17;
+    QTest::newRow("ends of qint64") << 2 << -9223372036854775808.0 << 9223372036854775808.0;
+    QTest::newRow("beyond qint64") << 2 << 1e19 << -18446744073709551616.0;
+    QTest::newRow("negative zero, not a number") << 3 << -0.0 << qQNaN();
+    QTest::newRow("tiny and fractional") << 4 << 1e-7 << -123456.789;
 }
 
 void tst_TgchFileProcessor::filterOptionsLayout()
@@ -566,12 +572,14 @@ void tst_TgchFileProcessor::modelExportGolden()
 void tst_TgchFileProcessor::modelExportCells()
 {
     // Cells are written as they stand: a real keeps every digit, a missing cell is an empty
-    // element (so Id and GroupID read 0, not an absent element's -1), further columns are ignored.
+    // element (so Id and GroupID read 0, not an absent element's -1), further columns are ignored,
+    // carriage returns come back.
     FileDataTree tree;
     tree.TagList << new pEtiketDef_t;
     Models models(&tree);
     models.channels.setRowCount(1);
     models.tags.setItem(0, 13, new QStandardItem("1234567.891"));
+    models.tags.setItem(0, 21, new QStandardItem("a\r\nb\rc"));
     models.tags.setItem(0, 31, new QStandardItem("x"));
     const QString path = m_dir.filePath("cells.xml");
     QVERIFY(TgchFileProcessor::writeToFile(&models.channels, &models.tags, path));
@@ -585,6 +593,7 @@ void tst_TgchFileProcessor::modelExportCells()
     const QStringList tag = dump(*reread->TagList.first());
     QCOMPARE(valueOf(tag, "LoggingFreq"), QString("1234567.8910000001"));
     QCOMPARE(valueOf(tag, "Name"), QString("\"Tag\""));
+    QCOMPARE(valueOf(tag, "Description"), QString("\"a\r\nb\rc\""));
 }
 
 void tst_TgchFileProcessor::largeFiles()

@@ -496,17 +496,7 @@ void printTable(QTextStream &stream, const QStringList &header, const QList<QStr
 
 QList<QPair<QString, int>> itemCounts(const ScaFileData &page)
 {
-    return {
-        {QStringLiteral("ScadaObject"), page.scadaObjects.size()},
-        {QStringLiteral("TextItem"), page.textItems.size()},
-        {QStringLiteral("ScheduleItem"), page.scheduleItems.size()},
-        {QStringLiteral("RTChartItem"), page.rtChartItems.size()},
-        {QStringLiteral("DbqTextItem"), page.dbqTextItems.size()},
-        {QStringLiteral("TableItem"), page.tableItems.size()},
-        {QStringLiteral("ImageItem"), page.imageItems.size()},
-        {QStringLiteral("GaugeItem"), page.gaugeItems.size()},
-        {QStringLiteral("WebFrameItem"), page.webFrameItems.size()},
-    };
+    return page.itemCounts();
 }
 
 } // namespace cli

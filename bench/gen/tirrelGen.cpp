@@ -1,6 +1,7 @@
 #include "tirrelGen.h"
 
 #include <QBuffer>
+#include <QDomDocument>
 #include <QJsonDocument>
 #include <QJsonObject>
 #include <QXmlStreamWriter>
@@ -770,19 +771,37 @@ Output definitionModelFile(const DefinitionData &data, bool withTape)
         "Location", "Formula", nullptr};
     static const char *const channelCData[] = {"Name", "ServerIP", "FilterIP", nullptr};
     static const char *const tagCData[] = {"Name", "KanalName", "Macro", nullptr};
+    // The export builds a document model and writes its text (QDomDocument::toString(1)); the
+    // tape holds the same elements written by a stream writer.
     Output out;
-    Writer w(&out.bytes, withTape ? &out.tape : nullptr, 1);
-    auto list = [&w](const char *listName, const char *recordName, const QVector<Record> &records,
-                     int first, const char *const *order, const char *const *cdata) {
+    QByteArray streamed;
+    Writer w(&streamed, withTape ? &out.tape : nullptr, 1);
+    QDomDocument document(QStringLiteral("ChannelAndTagDefinitions"));
+    document.appendChild(document.createProcessingInstruction(
+            QStringLiteral("xml"), QStringLiteral("version=\"1.0\" encoding=\"UTF-8\"")));
+    QDomElement root = document.createElement(QStringLiteral("CTDefinitions"));
+    document.appendChild(root);
+    auto list = [&](const char *listName, const char *recordName, const QVector<Record> &records,
+                    int first, const char *const *order, const char *const *cdata) {
         w.start(QLatin1String(listName));
+        QDomElement listElement = document.createElement(QLatin1String(listName));
+        root.appendChild(listElement);
         for (int i = first; i < records.size(); ++i) {
             w.start(QLatin1String(recordName));
+            QDomElement record = document.createElement(QLatin1String(recordName));
+            listElement.appendChild(record);
             for (const char *const *e = order; *e; ++e) {
                 const QString element = QLatin1String(*e);
-                if (isCData(cdata, element))
-                    w.cdata(element, fieldText(records.at(i), *e));
-                else
-                    w.text(element, fieldText(records.at(i), *e));
+                const QString text = fieldText(records.at(i), *e);
+                QDomElement value = document.createElement(element);
+                record.appendChild(value);
+                if (isCData(cdata, element)) {
+                    w.cdata(element, text);
+                    value.appendChild(document.createCDATASection(text));
+                } else {
+                    w.text(element, text);
+                    value.appendChild(document.createTextNode(text));
+                }
             }
             w.end();
         }
@@ -795,6 +814,7 @@ Output definitionModelFile(const DefinitionData &data, bool withTape)
     list("TagList", "Tag", data.tags, 0, tagOrder, tagCData);
     w.end();
     w.endDocument();
+    out.bytes = document.toString(1).toUtf8();
     return out;
 }
 

@@ -110,9 +110,10 @@ DefinitionData definitionData(int tags, quint32 seed = 1);
 // The definition file as the record writer writes it (XML declaration, 4-space indentation,
 // channels, tags and alarms).
 Output definitionFile(const DefinitionData &data, bool withTape = false);
-// The same definitions as the export from the editor's two table models writes them: XML
-// declaration, document type, 1-space indentation, model element order, no alarms. The placeholder channel is not
-// part of the models.
+// The same definitions as the export from the editor's two table models writes them: the text
+// of a document model (XML declaration, document type, 1-space indentation), model element
+// order, no alarms; the tape writes the same elements with a stream writer. The placeholder
+// channel is not part of the models.
 Output definitionModelFile(const DefinitionData &data, bool withTape = false);
 // The cells of the channel and tag models, one string list per row in model column order; the
 // placeholder channel is left out.

@@ -55,20 +55,10 @@ int main(int argc, char **argv)
     for (const LayerInfo &layer : page->layers)
         out << "  " << layer.id << "  " << layer.name << (layer.visible ? "" : " (hidden)") << "\n";
 
-    const struct { const char *kind; int count; } counts[] = {
-        {"ScadaObject", int(page->scadaObjects.size())},
-        {"TextItem", int(page->textItems.size())},
-        {"ScheduleItem", int(page->scheduleItems.size())},
-        {"RTChartItem", int(page->rtChartItems.size())},
-        {"DbqTextItem", int(page->dbqTextItems.size())},
-        {"TableItem", int(page->tableItems.size())},
-        {"ImageItem", int(page->imageItems.size())},
-        {"GaugeItem", int(page->gaugeItems.size())},
-        {"WebFrameItem", int(page->webFrameItems.size())},
-    };
     out << "items:\n";
-    for (const auto &c : counts)
-        out << "  " << qSetFieldWidth(14) << Qt::left << c.kind << qSetFieldWidth(0) << c.count << "\n";
+    for (const auto &count : page->itemCounts())
+        out << "  " << qSetFieldWidth(14) << Qt::left << count.first << qSetFieldWidth(0)
+            << count.second << "\n";
 
     QTemporaryDir tmp;
     const QString target = args.size() == 3 ? args.at(2) : tmp.filePath(QStringLiteral("saved.xml"));

@@ -1,24 +1,20 @@
 #include "tgchFileProcessor.h"
 
+#include "fieldTable_p.h"
 #include "fileAccess.h"
 #include "safeSave_p.h"
-#include "scaFileFormat_p.h"
+#include "tgchFileFormat_p.h"
 #include "xmlLimits_p.h"
 
 #include <QBuffer>
 #include <QDomDocument>
-#include <QDomElement>
 #include <QFile>
-#include <QHash>
 #include <QJsonDocument>
 #include <QJsonObject>
 #include <QStandardItemModel>
 #include <QXmlStreamWriter>
 
-#include <array>
 #include <cmath>
-#include <limits>
-#include <type_traits>
 
 FileDataTree::~FileDataTree()
 {
@@ -39,413 +35,256 @@ TgchFileProcessor::~TgchFileProcessor() = default;
 
 namespace {
 
-const QString kRoot = QStringLiteral("CTDefinitions");
-const QString kDocType = QStringLiteral("ChannelAndTagDefinitions");
-const QString kChannelList = QStringLiteral("ChannelList");
-const QString kTagList = QStringLiteral("TagList");
-const QString kAlarmList = QStringLiteral("AlarmList");
-const QString kChannel = QStringLiteral("Channel");
-const QString kTag = QStringLiteral("Tag");
-const QString kAlarm = QStringLiteral("Alarm");
-const QString kPlaceholderName = QStringLiteral("None");
+using namespace DefinitionXml;
 
-// ---------------------------------------------------------------------------------------------
-// Value forms of the definition file. Each record member is one row of a field table: its
-// element name, how its text is read, and whether the record writer puts it in CDATA. The
-// writer formats a value by the member's type (so PollFrequency, read as unsigned, is written
-// signed).
+const QString PlaceholderName = QStringLiteral("None");
 
-enum class Form {
-    Text,
-    Int,
-    IntOrMinusOne,  // as Int, but an absent element reads -1
-    UInt,
-    Int8,           // read as Int, low 8 bits kept
-    Flag,
-    Int64,
-    Real,
-    SingleReal,     // parsed at single precision
-    Subscribers,
-};
+// ---- Value forms -----------------------------------------------------------------------------
 
-enum Section { Plain, CData };
-
-template <class R>
-struct Field
+// "{3,17,42}": every "}" and "{" is dropped, the rest split at ","; pieces that are not
+// decimal integers (empty ones too) are skipped.
+struct Subscribers : Fields::Form
 {
-    QString name;
-    void (*read)(R &record, const QDomNode &element);   // element is null when absent
-    void (*write)(QXmlStreamWriter &w, const Field &field, const R &record);
-    Section section;
-};
-
-template <class>
-struct MemberOf;
-template <class C, class V>
-struct MemberOf<V C::*>
-{
-    using Class = C;
-    using Value = V;
-};
-template <auto M>
-using ClassOf = typename MemberOf<decltype(M)>::Class;
-template <auto M>
-using ValueOf = typename MemberOf<decltype(M)>::Value;
-
-QList<qint32> parseSubscribers(QString text)
-{
-    text.remove(QLatin1Char('}'));
-    text.remove(QLatin1Char('{'));
-    QList<qint32> list;
-    const QVector<QStringRef> pieces = text.splitRef(QLatin1Char(','));
-    for (const QStringRef &piece : pieces) {
-        bool ok = false;
-        const int value = piece.toInt(&ok);
-        if (ok)
-            list.append(value);
-    }
-    return list;
-}
-
-QString formatSubscribers(const QList<qint32> &list)
-{
-    QString text = QStringLiteral("{");
-    for (int i = 0; i < list.size(); ++i) {
-        if (i > 0)
-            text += QLatin1Char(',');
-        text += QString::number(list.at(i));
-    }
-    return text + QLatin1Char('}');
-}
-
-// Texts lose the characters XML cannot hold (as in page files), so that a written file always
-// reads again: the stream writer would put them into CDATA sections as they are, and stop
-// writing anything sensible after an unpaired surrogate.
-void writeText(QXmlStreamWriter &w, const QString &name, const QString &text)
-{
-    w.writeTextElement(name, PageXml::xmlSafe(text));
-}
-
-void writeCData(QXmlStreamWriter &w, const QString &name, const QString &text)
-{
-    w.writeStartElement(name);
-    w.writeCDATA(PageXml::xmlSafe(text));   // splits a "]]>" inside the text over two sections
-    w.writeEndElement();
-}
-
-// The text of a value element: all its text and CDATA content. The usual single text child is
-// taken as it is, without building a new string.
-QString elementText(const QDomNode &element)
-{
-    const QDomNode first = element.firstChild();
-    if (first.isNull())
-        return QString();
-    if (first.isText() && first.nextSibling().isNull())
-        return first.nodeValue();
-    return element.toElement().text();
-}
-
-// Number conversions. Plain decimal texts, by far the most common, are converted here; anything
-// else (a sign, spaces, too many digits to be sure of the range) goes through QString's
-// conversion, whose rules stay the reference: what does not convert reads as 0.
-template <class T>
-bool convertPlainDecimal(const QString &text, T &value)
-{
-    constexpr int maxDigits = std::numeric_limits<T>::digits10;
-    const int size = text.size();
-    const QChar *c = text.constData();
-    const bool negative = std::is_signed<T>::value && size > 1 && c[0] == QLatin1Char('-');
-    const int first = negative ? 1 : 0;
-    if (size == first || size - first > maxDigits)
-        return false;
-    T v = 0;
-    for (int i = first; i < size; ++i) {
-        const ushort digit = c[i].unicode() - '0';
-        if (digit > 9)
-            return false;
-        v = T(v * 10 + T(digit));
-    }
-    value = negative ? T(-v) : v;
-    return true;
-}
-
-qint32 toInt32(const QString &text)
-{
-    qint32 value = 0;
-    return convertPlainDecimal(text, value) ? value : text.toInt();
-}
-
-quint32 toUInt32(const QString &text)
-{
-    quint32 value = 0;
-    return convertPlainDecimal(text, value) ? value : text.toUInt();
-}
-
-qint64 toInt64(const QString &text)
-{
-    qint64 value = 0;
-    return convertPlainDecimal(text, value) ? value : text.toLongLong();
-}
-
-template <auto M, Form F>
-void readValue(ClassOf<M> &record, const QDomNode &element)
-{
-    using V = ValueOf<M>;
-    if constexpr (F == Form::IntOrMinusOne) {
-        if (element.isNull()) {
-            record.*M = -1;
-            return;
+    static QList<qint32> parse(const XmlValue &value)
+    {
+        QString text = value.toString();
+        text.remove(QLatin1Char('}'));
+        text.remove(QLatin1Char('{'));
+        QList<qint32> list;
+        const QVector<QStringRef> pieces = text.splitRef(QLatin1Char(','));
+        for (const QStringRef &piece : pieces) {
+            bool ok = false;
+            const int number = piece.toInt(&ok);
+            if (ok)
+                list.append(number);
         }
+        return list;
     }
-    const QString text = elementText(element);
-    if constexpr (F == Form::Text)
-        record.*M = text;
-    else if constexpr (F == Form::Int || F == Form::IntOrMinusOne || F == Form::Int8)
-        record.*M = static_cast<V>(toInt32(text));
-    else if constexpr (F == Form::UInt)
-        record.*M = static_cast<V>(toUInt32(text));
-    else if constexpr (F == Form::Flag)
-        record.*M = toInt32(text) != 0;
-    else if constexpr (F == Form::Int64)
-        record.*M = toInt64(text);
-    else if constexpr (F == Form::Real)
-        record.*M = text.toDouble();
-    else if constexpr (F == Form::SingleReal)
-        record.*M = static_cast<double>(text.toFloat());
-    else if constexpr (F == Form::Subscribers)
-        record.*M = parseSubscribers(text);
-}
-
-template <auto M, Form F>
-void writeValue(QXmlStreamWriter &w, const Field<ClassOf<M>> &field, const ClassOf<M> &record)
-{
-    const auto &value = record.*M;
-    if constexpr (F == Form::Text) {
-        if (field.section == CData)
-            writeCData(w, field.name, value);
-        else
-            writeText(w, field.name, value);
-    } else if constexpr (F == Form::Real || F == Form::SingleReal) {
-        writeText(w, field.name, QString::number(value, 'g', 6));   // nan, inf as they come
-    } else if constexpr (F == Form::Subscribers) {
-        writeText(w, field.name, formatSubscribers(value));
-    } else {
-        // Integers of every width and flags; 8-bit and bool values promote to int.
-        writeText(w, field.name, QString::number(value));
+    static QString text(const QList<qint32> &list)
+    {
+        QStringList numbers;
+        for (qint32 number : list)
+            numbers << QString::number(number);
+        return QLatin1Char('{') + numbers.join(QLatin1Char(',')) + QLatin1Char('}');
     }
-}
-
-template <auto M, Form F>
-Field<ClassOf<M>> field(const char *name, Section section = Plain)
-{
-    return { QString::fromLatin1(name), &readValue<M, F>, &writeValue<M, F>, section };
-}
+};
 
 // "LogFilterOptions": filtertype, refval1 and refval2 as one JSON object. A missing, malformed
-// or non-object text leaves the record's values alone; inside an object, a missing or non-numeric
-// key reads as 0 (a null reference value as well, which is how non-finite values are written).
-qint32 wholeNumber(const QJsonValue &value)
-{
-    const double d = value.toDouble(0.0);
-    if (d != std::trunc(d) || d < std::numeric_limits<qint32>::min()
-        || d > std::numeric_limits<qint32>::max())
-        return 0;
-    return static_cast<qint32>(d);
-}
+// or non-object text leaves the record's values alone; inside an object, a missing or
+// non-numeric key reads as 0 (a null reference value as well, which is how non-finite values
+// are written).
+const QLatin1String FilterTypeKey("filtertype");
+const QLatin1String RefVal1Key("refval1");
+const QLatin1String RefVal2Key("refval2");
 
-void readFilterOptions(pEtiketDef_t &tag, const QDomNode &element)
+void readFilterOptions(const Field<pEtiketDef_t> &, pEtiketDef_t &tag, const XmlValue &value)
 {
-    if (element.isNull())
+    if (value.isMissing())
         return;
-    const QJsonDocument json = QJsonDocument::fromJson(elementText(element).toUtf8());
+    const QJsonDocument json = QJsonDocument::fromJson(value.toString().toUtf8());
     if (!json.isObject())
         return;
     const QJsonObject options = json.object();
-    tag.filtertype = wholeNumber(options.value(QLatin1String("filtertype")));
-    tag.refval1 = options.value(QLatin1String("refval1")).toDouble(0.0);
-    tag.refval2 = options.value(QLatin1String("refval2")).toDouble(0.0);
+    tag.filtertype = options.value(FilterTypeKey).toInt(0); // a whole number in range, else 0
+    tag.refval1 = options.value(RefVal1Key).toDouble(0.0);
+    tag.refval2 = options.value(RefVal2Key).toDouble(0.0);
 }
 
-// The object in QJsonDocument's indented layout, built directly: a document per tag would cost
-// more than the rest of the tag. JSON has no NaN or infinity, so those are written as null.
+// A number as QJsonDocument writes it: a whole number up to 2^53 as an integer (QJsonValue holds
+// it as one), a larger whole number below 2^64 in full, in the fewest digits that read back the
+// same ("9223372036854776000"), any other finite number in the shortest form, and a non-finite
+// one (which JSON cannot hold) as null.
 QByteArray jsonNumber(double value)
 {
     if (!std::isfinite(value))
         return QByteArrayLiteral("null");
+    const double magnitude = std::abs(value);
+    if (value == std::trunc(value) && magnitude < 18446744073709551616.0) {
+        if (magnitude <= 9007199254740992.0)
+            return QByteArray::number(qint64(value));
+        return QByteArray::number(value, 'f', QLocale::FloatingPointShortest);
+    }
     return QByteArray::number(value, 'g', QLocale::FloatingPointShortest);
 }
 
-void writeFilterOptions(QXmlStreamWriter &w, const Field<pEtiketDef_t> &field,
-                        const pEtiketDef_t &tag)
+// The object in QJsonDocument's indented layout, built directly: a document per tag would cost
+// more than the rest of the tag.
+QString filterOptionsText(const pEtiketDef_t &tag)
 {
-    const QByteArray json = "{\n    \"filtertype\": " + QByteArray::number(tag.filtertype)
-                            + ",\n    \"refval1\": " + jsonNumber(tag.refval1)
-                            + ",\n    \"refval2\": " + jsonNumber(tag.refval2) + "\n}\n";
-    writeText(w, field.name, QString::fromLatin1(json));
+    const QByteArray json = "{\n    \"" + QByteArray(FilterTypeKey.data()) + "\": "
+            + QByteArray::number(tag.filtertype) + ",\n    \"" + RefVal1Key.data() + "\": "
+            + jsonNumber(tag.refval1) + ",\n    \"" + RefVal2Key.data() + "\": "
+            + jsonNumber(tag.refval2) + "\n}\n";
+    return QString::fromLatin1(json);
 }
 
-// Rows in the order the record writer writes them; the reader does not mind the order.
-using K = pKanalDef_t;
-const Field<K> channelFields[] = {
-    field<&K::Name, Form::Text>("Name", CData),
-    field<&K::Id, Form::IntOrMinusOne>("Id"),
-    field<&K::MediaType, Form::Int>("MediaType"),
-    field<&K::SocketType, Form::Int>("SocketType"),
-    field<&K::ProtokolType, Form::Int>("ProtokolType"),
-    field<&K::ServerIP, Form::Text>("ServerIP", CData),
-    field<&K::ServerPORT, Form::UInt>("ServerPORT"),
-    field<&K::ListenPORT, Form::UInt>("ListenPORT"),
-    field<&K::FilterIP, Form::Text>("FilterIP"),
-    field<&K::Comport, Form::UInt>("Comport"),
-    field<&K::Baudrate, Form::UInt>("Baudrate"),
-    field<&K::Databit, Form::UInt>("Databit"),
-    field<&K::Stopbit, Form::UInt>("Stopbit"),
-    field<&K::Paritybit, Form::Int>("Paritybit"),
-    field<&K::ResponseTimeout, Form::UInt>("ResponseTimeout"),
-    field<&K::ConnectionTimeout, Form::UInt>("ConnectionTimeout"),
-    field<&K::FrameTimeout, Form::UInt>("FrameTimeout"),
-    field<&K::GroupID, Form::IntOrMinusOne>("GroupID"),
-    field<&K::Station, Form::Text>("Station"),
-    field<&K::Enabled, Form::Flag>("Enabled"),
-    field<&K::KestrinPath, Form::Text>("KestrinPath"),
-    field<&K::Description, Form::Text>("Description"),
-};
-
-using E = pEtiketDef_t;
-const Field<E> tagFields[] = {
-    field<&E::Name, Form::Text>("Name", CData),
-    field<&E::PollFrequency, Form::UInt>("PollFrequency"),
-    field<&E::KanalName, Form::Text>("KanalName"),
-    field<&E::Kanal_Id, Form::IntOrMinusOne>("Kanal_Id"),
-    field<&E::DeviceAddress, Form::Text>("DeviceAddress"),
-    field<&E::VariableAddress, Form::Text>("VariableAddress"),
-    field<&E::VariableSize, Form::UInt>("VariableSize"),
-    field<&E::VariableType, Form::Int>("VariableType"),
-    field<&E::Id, Form::Int>("Id"),
-    field<&E::Macro, Form::Text>("Macro", CData),
-    field<&E::IsLogging, Form::Int8>("IsLogging"),
-    field<&E::PriLevel, Form::Int8>("PriLevel"),
-    field<&E::TagType, Form::Int8>("TagType"),
-    field<&E::SchedulerIndex, Form::Int8>("SchedulerIndex"),
-    field<&E::LoggingFreq, Form::Real>("LoggingFreq"),
-    field<&E::LoggingMethod, Form::Int>("LoggingMethod"),
-    field<&E::ReadRight1, Form::Int64>("ReadRight1"),
-    field<&E::ReadRight2, Form::Int64>("ReadRight2"),
-    field<&E::WriteRight1, Form::Int64>("WriteRight1"),
-    field<&E::WriteRight2, Form::Int64>("WriteRight2"),
-    field<&E::Keywords, Form::Text>("Keywords"),
-    field<&E::Enabled, Form::Flag>("Enabled"),
-    field<&E::Description, Form::Text>("Description"),
-    field<&E::UnitName, Form::Text>("UnitName"),
-    field<&E::Protocolobjecttype, Form::Int8>("Protocolobjecttype"),
-    field<&E::Option, Form::Int64>("Option"),
-    { QStringLiteral("LogFilterOptions"), &readFilterOptions, &writeFilterOptions, Plain },
-    field<&E::Equipment, Form::Text>("Equipment"),
-    field<&E::Measuredentity, Form::Text>("Measuredentity"),
-    field<&E::Formula, Form::Text>("Formula"),
-    field<&E::Location, Form::Text>("Location"),
-};
-
-using A = pAlarmItem_t;
-const Field<A> alarmFields[] = {
-    field<&A::Id, Form::Int>("Id"),
-    field<&A::alarm_name, Form::Text>("alarm_name", CData),
-    field<&A::alarm_desc, Form::Text>("alarm_desc"),
-    field<&A::alarm_class, Form::Text>("alarm_class"),
-    field<&A::enabled, Form::Int8>("enabled"),
-    field<&A::ackrequired, Form::Int8>("ackrequired"),
-    field<&A::islogging, Form::Int8>("islogging"),
-    field<&A::tagID, Form::Int>("tagID"),
-    field<&A::alarm_type, Form::Int8>("alarm_type"),
-    field<&A::alarm_level, Form::Int8>("alarm_level"),
-    field<&A::comp_type, Form::Int8>("comp_type"),
-    field<&A::limitVal, Form::SingleReal>("limitVal"),
-    field<&A::checkVal1, Form::SingleReal>("checkVal1"),
-    field<&A::checkVal2, Form::SingleReal>("checkVal2"),
-    field<&A::limit_tag_id, Form::Int>("limit_tag_id"),
-    field<&A::limit_tag2_id, Form::Int>("limit_tag2_id"),
-    field<&A::readRight1, Form::Int64>("readRight1"),
-    field<&A::readRight2, Form::Int64>("readRight2"),
-    field<&A::subscribers, Form::Subscribers>("subscribers"),
-    field<&A::currentState, Form::Int>("currentState"),
-};
-
-// One record from its element, in one pass over its children: each value element is matched to
-// its row by name and read at once; the first element of a name wins, and rows without an element
-// are read as absent at the end. Files mostly list the elements in the writer's order, so the
-// row after the last match is tried before the look-up by name.
-template <class R, std::size_t N>
-R *readRecord(const QDomElement *element, const Field<R> (&fields)[N])
+void filterOptionsFields(const Field<pEtiketDef_t> &, const pEtiketDef_t &tag, FieldCollector &out)
 {
-    static const QHash<QString, int> rowOfName = [&fields] {
-        QHash<QString, int> rows;
-        for (std::size_t i = 0; i < N; ++i)
-            rows.insert(fields[i].name, int(i));
-        return rows;
-    }();
+    out.add(&tag.filtertype, FilterTypeKey, tag.filtertype);
+    out.add(&tag.refval1, RefVal1Key, tag.refval1);
+    out.add(&tag.refval2, RefVal2Key, tag.refval2);
+}
 
-    R *record = new R;
-    std::array<bool, N> seen{};
-    if (element) {
-        std::size_t next = 0;
-        for (QDomNode child = element->firstChild(); !child.isNull(); child = child.nextSibling()) {
-            if (!child.isElement())
-                continue;
-            const QString name = child.nodeName();
-            std::size_t row = next;
-            if (row >= N || fields[row].name != name) {
-                const auto found = rowOfName.constFind(name);
-                if (found == rowOfName.constEnd())
-                    continue;
-                row = std::size_t(*found);
-            }
-            next = row + 1;
-            if (!seen[row]) {
-                seen[row] = true;
-                fields[row].read(*record, child);
-            }
-        }
-    }
-    for (std::size_t i = 0; i < N; ++i) {
-        if (!seen[i])
-            fields[i].read(*record, QDomNode());
-    }
+// ---- Record tables ---------------------------------------------------------------------------
+// Rows in the order the record writer writes them. A missing value element reads as empty text
+// (0, false, empty) unless the row says otherwise.
+
+using K = pKanalDef_t;
+using FK = FieldRows<K, EmptyWhenMissing>;
+const FieldTable<K> &channelTable()
+{
+    static const FieldTable<K> rows = {
+        FK::cdata<&K::Name>(Name),
+        FK::element<&K::Id>(Id, "-1"),
+        FK::element<&K::MediaType>(MediaType),
+        FK::element<&K::SocketType>(SocketType),
+        FK::element<&K::ProtokolType>(ProtokolType),
+        FK::cdata<&K::ServerIP>(ServerIP),
+        FK::element<&K::ServerPORT>(ServerPORT),
+        FK::element<&K::ListenPORT>(ListenPORT),
+        FK::element<&K::FilterIP>(FilterIP),
+        FK::element<&K::Comport>(Comport),
+        FK::element<&K::Baudrate>(Baudrate),
+        FK::element<&K::Databit>(Databit),
+        FK::element<&K::Stopbit>(Stopbit),
+        FK::element<&K::Paritybit>(Paritybit),
+        FK::element<&K::ResponseTimeout>(ResponseTimeout),
+        FK::element<&K::ConnectionTimeout>(ConnectionTimeout),
+        FK::element<&K::FrameTimeout>(FrameTimeout),
+        FK::element<&K::GroupID>(GroupID, "-1"),
+        FK::element<&K::Station>(Station),
+        FK::element<&K::Enabled>(Enabled),
+        FK::element<&K::KestrinPath>(KestrinPath),
+        FK::element<&K::Description>(Description),
+    };
+    return rows;
+}
+
+// PollFrequency and VariableSize read as unsigned and are written as they are held, signed.
+using E = pEtiketDef_t;
+using FE = FieldRows<E, EmptyWhenMissing>;
+const FieldTable<E> &tagTable()
+{
+    static const FieldTable<E> rows = {
+        FE::cdata<&E::Name>(Name),
+        FE::element<&E::PollFrequency, Fields::UInt>(PollFrequency),
+        FE::element<&E::KanalName>(KanalName),
+        FE::element<&E::Kanal_Id>(Kanal_Id, "-1"),
+        FE::element<&E::DeviceAddress>(DeviceAddress),
+        FE::element<&E::VariableAddress>(VariableAddress),
+        FE::element<&E::VariableSize, Fields::UInt>(VariableSize),
+        FE::element<&E::VariableType>(VariableType),
+        FE::element<&E::Id>(Id),
+        FE::cdata<&E::Macro>(Macro),
+        FE::element<&E::IsLogging>(IsLogging),
+        FE::element<&E::PriLevel>(PriLevel),
+        FE::element<&E::TagType>(TagType),
+        FE::element<&E::SchedulerIndex>(SchedulerIndex),
+        FE::element<&E::LoggingFreq>(LoggingFreq),
+        FE::element<&E::LoggingMethod>(LoggingMethod),
+        FE::element<&E::ReadRight1>(ReadRight1),
+        FE::element<&E::ReadRight2>(ReadRight2),
+        FE::element<&E::WriteRight1>(WriteRight1),
+        FE::element<&E::WriteRight2>(WriteRight2),
+        FE::element<&E::Keywords>(Keywords),
+        FE::element<&E::Enabled>(Enabled),
+        FE::element<&E::Description>(Description),
+        FE::element<&E::UnitName>(UnitName),
+        FE::element<&E::Protocolobjecttype>(Protocolobjecttype),
+        FE::element<&E::Option>(Option),
+        {LogFilterOptions, {}, nullptr, false, nullptr, &readFilterOptions, &filterOptionsText,
+         &filterOptionsFields, nullptr},
+        FE::element<&E::Equipment>(Equipment),
+        FE::element<&E::Measuredentity>(Measuredentity),
+        FE::element<&E::Formula>(Formula),
+        FE::element<&E::Location>(Location),
+    };
+    return rows;
+}
+
+// The alarm's limit and check values are parsed at single precision.
+using A = pAlarmItem_t;
+using FA = FieldRows<A, EmptyWhenMissing>;
+const FieldTable<A> &alarmTable()
+{
+    static const FieldTable<A> rows = {
+        FA::element<&A::Id>(Id),
+        FA::cdata<&A::alarm_name>("alarm_name"),
+        FA::element<&A::alarm_desc>("alarm_desc"),
+        FA::element<&A::alarm_class>("alarm_class"),
+        FA::element<&A::enabled>("enabled"),
+        FA::element<&A::ackrequired>("ackrequired"),
+        FA::element<&A::islogging>("islogging"),
+        FA::element<&A::tagID>("tagID"),
+        FA::element<&A::alarm_type>("alarm_type"),
+        FA::element<&A::alarm_level>("alarm_level"),
+        FA::element<&A::comp_type>("comp_type"),
+        FA::element<&A::limitVal, Fields::SingleReal>("limitVal"),
+        FA::element<&A::checkVal1, Fields::SingleReal>("checkVal1"),
+        FA::element<&A::checkVal2, Fields::SingleReal>("checkVal2"),
+        FA::element<&A::limit_tag_id>("limit_tag_id"),
+        FA::element<&A::limit_tag2_id>("limit_tag2_id"),
+        FA::element<&A::readRight1>("readRight1"),
+        FA::element<&A::readRight2>("readRight2"),
+        FA::element<&A::subscribers, Subscribers>("subscribers"),
+        FA::element<&A::currentState>("currentState"),
+    };
+    return rows;
+}
+
+template <class R, class Node>
+R *readDefinition(const Node &element, const FieldTable<R> &table)
+{
+    static const FieldReader<R> reader(table); // one table per record type
+    auto *record = new R;
+    reader.read(element, *record);
     return record;
 }
 
-// Calls read for each child element named `element` of the root's first child named `list`.
-template <class Read>
-void forEachRecordElement(const QDomElement &root, const QString &list, const QString &element,
-                          Read read)
+// Records of the root's first list element named `list`, one per child named `element`.
+template <class Node, class Read>
+void forEachRecord(const Node &root, const XmlName &list, const XmlName &element, Read read)
 {
-    const QDomElement listElement = root.firstChildElement(list);
-    for (QDomElement e = listElement.firstChildElement(element); !e.isNull();
+    const Node listElement = root.firstChildElement(list);
+    for (Node e = listElement.firstChildElement(element); !e.isNull();
          e = e.nextSiblingElement(element))
         read(e);
 }
 
-template <class R, std::size_t N>
-void writeRecord(QXmlStreamWriter &w, const QString &element, const Field<R> (&fields)[N],
-                 const R &record)
+// The definitions under `root` (whatever its name) added to `tree`; channels named "None" are
+// left out, since the tree has its placeholder already.
+template <class Node>
+void readDefinitions(const Node &root, FileDataTree *tree)
 {
-    w.writeStartElement(element);
-    for (const Field<R> &f : fields)
-        f.write(w, f, record);
-    w.writeEndElement();
+    forEachRecord(root, ChannelList, Channel, [tree](const Node &e) {
+        pKanalDef_t *channel = readDefinition(e, channelTable());
+        if (channel->Name == PlaceholderName)
+            delete channel;
+        else
+            tree->ChannelList.append(channel);
+    });
+    forEachRecord(root, TagList, Tag, [tree](const Node &e) {
+        tree->TagList.append(readDefinition(e, tagTable()));
+    });
+    forEachRecord(root, AlarmList, Alarm, [tree](const Node &e) {
+        tree->AlarmList.append(readDefinition(e, alarmTable()));
+    });
 }
+template void readDefinitions(const DomNode &, FileDataTree *);
+
+// ---- Record writer ---------------------------------------------------------------------------
 
 // An auto-formatting XML stream writer whose output gathers in memory and goes to the file in
 // large blocks: the writer's many small writes cost much less on a plain buffer than on a file.
 class BlockWriter
 {
 public:
-    BlockWriter(QIODevice &target, int indent)
+    explicit BlockWriter(QIODevice &target)
         : m_target(target)
     {
         m_buffer.open(QIODevice::WriteOnly);
         m_xml.setDevice(&m_buffer);
         m_xml.setAutoFormatting(true);
-        m_xml.setAutoFormattingIndent(indent);
     }
 
     QXmlStreamWriter &xml() { return m_xml; }
@@ -472,118 +311,83 @@ private:
     bool m_failed = false;
 };
 
-template <class R, std::size_t N>
-void writeList(BlockWriter &out, const QString &list, const QString &element,
-               const Field<R> (&fields)[N], const QList<R *> &records)
+template <class R>
+void writeList(BlockWriter &out, const XmlName &list, const XmlName &element,
+               const FieldTable<R> &table, const QList<R *> &records)
 {
-    out.xml().writeStartElement(list);
+    QXmlStreamWriter &w = out.xml();
+    w.writeStartElement(list);
     for (const R *record : records) {
         if (!record)
             continue;
-        writeRecord(out.xml(), element, fields, *record);
+        w.writeStartElement(element);
+        writeFields(w, *record, table);
+        w.writeEndElement();
         out.flush();
     }
-    out.xml().writeEndElement();
+    w.writeEndElement();
 }
 
-// ---------------------------------------------------------------------------------------------
-// The export from the editor's table models: for each element in the order written, the model
-// column it comes from and whether it is written as CDATA. This order and CDATA set differ from
-// the record writer's on purpose: both kinds of file are in use and read the same.
+// ---- Export from the editor's table models ---------------------------------------------------
+// For each element in the order written, the model column it comes from and whether it is
+// written as CDATA. This order and CDATA set differ from the record writer's on purpose: both
+// kinds of file are in use and read the same.
 
 struct Column
 {
-    QString element;
+    const XmlName &element;
     int column;
-    Section section;
+    bool cdata;
 };
 
 const Column channelColumns[] = {
-    {QStringLiteral("Name"), 1, CData},
-    {QStringLiteral("Id"), 0, Plain},
-    {QStringLiteral("MediaType"), 2, Plain},
-    {QStringLiteral("SocketType"), 3, Plain},
-    {QStringLiteral("ProtokolType"), 4, Plain},
-    {QStringLiteral("ServerIP"), 5, CData},
-    {QStringLiteral("ServerPORT"), 6, Plain},
-    {QStringLiteral("ListenPORT"), 7, Plain},
-    {QStringLiteral("FilterIP"), 8, CData},
-    {QStringLiteral("Comport"), 9, Plain},
-    {QStringLiteral("Baudrate"), 10, Plain},
-    {QStringLiteral("Databit"), 11, Plain},
-    {QStringLiteral("Stopbit"), 12, Plain},
-    {QStringLiteral("Paritybit"), 13, Plain},
-    {QStringLiteral("ResponseTimeout"), 14, Plain},
-    {QStringLiteral("ConnectionTimeout"), 15, Plain},
-    {QStringLiteral("FrameTimeout"), 16, Plain},
-    {QStringLiteral("GroupID"), 17, Plain},
-    {QStringLiteral("Station"), 18, Plain},
-    {QStringLiteral("Enabled"), 19, Plain},
-    {QStringLiteral("KestrinPath"), 20, Plain},
-    {QStringLiteral("Description"), 21, Plain},
+    {Name, 1, true}, {Id, 0, false}, {MediaType, 2, false}, {SocketType, 3, false},
+    {ProtokolType, 4, false}, {ServerIP, 5, true}, {ServerPORT, 6, false},
+    {ListenPORT, 7, false}, {FilterIP, 8, true}, {Comport, 9, false}, {Baudrate, 10, false},
+    {Databit, 11, false}, {Stopbit, 12, false}, {Paritybit, 13, false},
+    {ResponseTimeout, 14, false}, {ConnectionTimeout, 15, false}, {FrameTimeout, 16, false},
+    {GroupID, 17, false}, {Station, 18, false}, {Enabled, 19, false}, {KestrinPath, 20, false},
+    {Description, 21, false},
 };
 
 const Column tagColumns[] = {
-    {QStringLiteral("Name"), 1, CData},
-    {QStringLiteral("PollFrequency"), 3, Plain},
-    {QStringLiteral("KanalName"), 30, CData},
-    {QStringLiteral("DeviceAddress"), 4, Plain},
-    {QStringLiteral("VariableAddress"), 5, Plain},
-    {QStringLiteral("VariableSize"), 6, Plain},
-    {QStringLiteral("VariableType"), 7, Plain},
-    {QStringLiteral("Id"), 0, Plain},
-    {QStringLiteral("Macro"), 8, CData},
-    {QStringLiteral("Kanal_Id"), 2, Plain},
-    {QStringLiteral("IsLogging"), 9, Plain},
-    {QStringLiteral("PriLevel"), 10, Plain},
-    {QStringLiteral("TagType"), 11, Plain},
-    {QStringLiteral("SchedulerIndex"), 12, Plain},
-    {QStringLiteral("LoggingFreq"), 13, Plain},
-    {QStringLiteral("LoggingMethod"), 14, Plain},
-    {QStringLiteral("ReadRight1"), 15, Plain},
-    {QStringLiteral("ReadRight2"), 16, Plain},
-    {QStringLiteral("WriteRight1"), 17, Plain},
-    {QStringLiteral("WriteRight2"), 18, Plain},
-    {QStringLiteral("Keywords"), 19, Plain},
-    {QStringLiteral("Enabled"), 20, Plain},
-    {QStringLiteral("Description"), 21, Plain},
-    {QStringLiteral("UnitName"), 22, Plain},
-    {QStringLiteral("Protocolobjecttype"), 23, Plain},
-    {QStringLiteral("Option"), 24, Plain},
-    {QStringLiteral("LogFilterOptions"), 25, Plain},
-    {QStringLiteral("Equipment"), 26, Plain},
-    {QStringLiteral("Measuredentity"), 27, Plain},
-    {QStringLiteral("Location"), 28, Plain},
-    {QStringLiteral("Formula"), 29, Plain},
+    {Name, 1, true}, {PollFrequency, 3, false}, {KanalName, 30, true},
+    {DeviceAddress, 4, false}, {VariableAddress, 5, false}, {VariableSize, 6, false},
+    {VariableType, 7, false}, {Id, 0, false}, {Macro, 8, true}, {Kanal_Id, 2, false},
+    {IsLogging, 9, false}, {PriLevel, 10, false}, {TagType, 11, false},
+    {SchedulerIndex, 12, false}, {LoggingFreq, 13, false}, {LoggingMethod, 14, false},
+    {ReadRight1, 15, false}, {ReadRight2, 16, false}, {WriteRight1, 17, false},
+    {WriteRight2, 18, false}, {Keywords, 19, false}, {Enabled, 20, false},
+    {Description, 21, false}, {UnitName, 22, false}, {Protocolobjecttype, 23, false},
+    {Option, 24, false}, {LogFilterOptions, 25, false}, {Equipment, 26, false},
+    {Measuredentity, 27, false}, {Location, 28, false}, {Formula, 29, false},
 };
 
-// Both writers replace the file safely (safeSave_p.h), in text mode.
-template <class Write>
-bool writeDefinitionFile(const QString &path, Write write)
-{
-    return succeeded(saveFileSafely(path, QIODevice::Text, write));
-}
-
 template <std::size_t N>
-void writeRows(BlockWriter &out, const QString &list, const QString &element,
+void writeRows(DomWriter &w, const XmlName &list, const XmlName &element,
                const Column (&columns)[N], const QStandardItemModel &model)
 {
-    QXmlStreamWriter &w = out.xml();
     w.writeStartElement(list);
     for (int row = 0; row < model.rowCount(); ++row) {
         w.writeStartElement(element);
         for (const Column &c : columns) {
             const QStandardItem *item = model.item(row, c.column);
             const QString text = item ? item->text() : QString();
-            if (c.section == CData)
+            if (c.cdata)
                 writeCData(w, c.element, text);
             else
                 writeText(w, c.element, text);
         }
         w.writeEndElement();
-        out.flush();
     }
     w.writeEndElement();
+}
+
+// Both writers replace the file safely (safeSave_p.h), in text mode.
+template <class Write>
+bool writeDefinitionFile(const QString &path, Write write)
+{
+    return succeeded(saveFileSafely(path, QIODevice::Text, write));
 }
 
 } // namespace
@@ -601,51 +405,30 @@ FileDataTree *TgchFileProcessor::loadFileData(const QString &path)
 
 FileDataTree *TgchFileProcessor::loadFileData(const QByteArray &data)
 {
-    QDomDocument doc;
-    QString errorMessage;
-    int errorLine = 0;
-    int errorColumn = 0;
-    const bool parsed = checkXmlLimits(data)
-            && doc.setContent(data, false, &errorMessage, &errorLine, &errorColumn);
-
     auto *tree = new FileDataTree;
     auto *placeholder = new pKanalDef_t;
-    placeholder->Name = kPlaceholderName;
+    placeholder->Name = PlaceholderName;
     tree->ChannelList.append(placeholder);
-    if (!parsed)
-        return tree;
 
-    const QDomElement root = doc.documentElement();
-    forEachRecordElement(root, kChannelList, kChannel, [tree](QDomElement &e) {
-        pKanalDef_t *channel = channelDataFromXML(&e);
-        // The file's own "None" channels would duplicate the placeholder.
-        if (channel->Name == kPlaceholderName)
-            delete channel;
-        else
-            tree->ChannelList.append(channel);
-    });
-    forEachRecordElement(root, kTagList, kTag, [tree](QDomElement &e) {
-        tree->TagList.append(tagDataFromXml(&e));
-    });
-    forEachRecordElement(root, kAlarmList, kAlarm, [tree](QDomElement &e) {
-        tree->AlarmList.append(alarmDataFromXml(&e));
-    });
+    QDomDocument doc;
+    if (checkXmlLimits(data) && doc.setContent(data, false))
+        readDefinitions(DomNode(doc.documentElement()), tree);
     return tree;
 }
 
 pKanalDef_t *TgchFileProcessor::channelDataFromXML(QDomElement *element)
 {
-    return readRecord(element, channelFields);
+    return readDefinition(element ? DomNode(*element) : DomNode(), channelTable());
 }
 
 pEtiketDef_t *TgchFileProcessor::tagDataFromXml(QDomElement *element)
 {
-    return readRecord(element, tagFields);
+    return readDefinition(element ? DomNode(*element) : DomNode(), tagTable());
 }
 
 pAlarmItem_t *TgchFileProcessor::alarmDataFromXml(QDomElement *element)
 {
-    return readRecord(element, alarmFields);
+    return readDefinition(element ? DomNode(*element) : DomNode(), alarmTable());
 }
 
 bool TgchFileProcessor::writeToFile(FileDataTree *tree, QString path)
@@ -653,12 +436,12 @@ bool TgchFileProcessor::writeToFile(FileDataTree *tree, QString path)
     if (!tree)
         return false;
     return writeDefinitionFile(path, [tree](QIODevice &device) {
-        BlockWriter out(device, 4);
+        BlockWriter out(device);
         out.xml().writeStartDocument();
-        out.xml().writeStartElement(kRoot);
-        writeList(out, kChannelList, kChannel, channelFields, tree->ChannelList);
-        writeList(out, kTagList, kTag, tagFields, tree->TagList);
-        writeList(out, kAlarmList, kAlarm, alarmFields, tree->AlarmList);
+        out.xml().writeStartElement(Root);
+        writeList(out, ChannelList, Channel, channelTable(), tree->ChannelList);
+        writeList(out, TagList, Tag, tagTable(), tree->TagList);
+        writeList(out, AlarmList, Alarm, alarmTable(), tree->AlarmList);
         out.xml().writeEndElement();    // </CTDefinitions>
         out.xml().writeEndDocument();
         out.flush(true);
@@ -674,20 +457,19 @@ bool TgchFileProcessor::writeToFile(QStandardItemModel *channels, QStandardItemM
 {
     if (!channels || !tags)
         return false;
-    return writeDefinitionFile(path, [channels, tags](QIODevice &device) {
-        BlockWriter out(device, 1);
-        QXmlStreamWriter &w = out.xml();
-        // Declared UTF-8, so that names outside ASCII read back the same whatever the system's
-        // text encoding.
-        w.writeStartDocument();
-        w.writeDTD(QStringLiteral("<!DOCTYPE %1>").arg(kDocType));
-        w.writeStartElement(kRoot);
-        writeRows(out, kChannelList, kChannel, channelColumns, *channels);
-        writeRows(out, kTagList, kTag, tagColumns, *tags);
-        w.writeEndElement();    // </CTDefinitions>
-        w.writeEndDocument();
-        out.flush(true);
-        return out.written();
+    // A document model, written with an indentation of one space. Declared UTF-8, so that
+    // names outside ASCII read back the same whatever the system's text encoding.
+    QDomDocument document(DocType);
+    document.appendChild(document.createProcessingInstruction(
+            QStringLiteral("xml"), QStringLiteral("version=\"1.0\" encoding=\"UTF-8\"")));
+    DomWriter w(document);
+    w.writeStartElement(Root);
+    writeRows(w, ChannelList, Channel, channelColumns, *channels);
+    writeRows(w, TagList, Tag, tagColumns, *tags);
+    w.writeEndElement();    // </CTDefinitions>
+    const QByteArray bytes = document.toString(1).toUtf8();
+    return writeDefinitionFile(path, [&bytes](QIODevice &device) {
+        return device.write(bytes) == bytes.size();
     });
 }
 
@@ -696,4 +478,19 @@ bool TgchFileProcessor::writeToFile(OpenedFile *file)
     if (!file)
         return false;
     return writeToFile(file->channelModel, file->tagModel, file->filePath);
+}
+
+RecordFields fieldsOf(const pKanalDef_t &channel)
+{
+    return collectFields(channel, channelTable());
+}
+
+RecordFields fieldsOf(const pEtiketDef_t &tag)
+{
+    return collectFields(tag, tagTable());
+}
+
+RecordFields fieldsOf(const pAlarmItem_t &alarm)
+{
+    return collectFields(alarm, alarmTable());
 }

@@ -230,8 +230,10 @@ public:
     // telling why; the tree is only read.
     static bool writeToFile(FileDataTree *tree, QString path);
 
-    // Writes the editor's channel and tag table models as a definition file without alarms
-    // (UTF-8, declared, with the document type "ChannelAndTagDefinitions"). One row per record;
+    // Writes the editor's channel and tag table models as a definition file without alarms: the
+    // text of a document model (UTF-8, declared, with the document type
+    // "ChannelAndTagDefinitions", one space of indentation), so carriage returns in a cell come
+    // back and ">" and '"' stay unescaped in texts. One row per record;
     // each cell's display text is written as it stands, so it must already be in the file's
     // value form; a missing cell is written as empty text and further columns are ignored.
     //   channels: Id, Name, MediaType, SocketType, ProtokolType, ServerIP, ServerPORT,

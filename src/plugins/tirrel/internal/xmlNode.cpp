@@ -152,6 +152,13 @@ XmlValue DomNode::text() const
     return XmlValue(m_element.text());
 }
 
+DomNode DomNode::elementFrom(QDomNode node)
+{
+    while (!node.isNull() && !node.isElement())
+        node = node.nextSibling();
+    return DomNode(node);
+}
+
 XmlValue DomNode::attribute(const XmlName &name) const
 {
     // QDomElement::attribute hands back the default itself when the attribute is missing, and

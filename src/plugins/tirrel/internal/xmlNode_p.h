@@ -29,26 +29,30 @@
 #include <QVarLengthArray>
 #include <QVector>
 
+#include <algorithm>
 #include <cstring>
 
 // A name of the formats (element or attribute), kept in the two forms the two node kinds
-// compare against. Names of the formats are ASCII. Made once, at static initialisation.
+// compare against. Names of the formats are ASCII literals, which the name points into. Made
+// once, at static initialisation or with the field table whose row names it.
 class XmlName
 {
 public:
-    explicit XmlName(const char *latin1)
+    XmlName() = default;    // no name
+    XmlName(const char *latin1)
         : m_latin1(latin1), m_size(int(std::strlen(latin1))), m_string(QString::fromLatin1(latin1))
     {
     }
 
+    bool isNull() const { return !m_latin1; }
     const char *latin1() const { return m_latin1; }
     int size() const { return m_size; }
     const QString &string() const { return m_string; }
     operator const QString &() const { return m_string; }
 
 private:
-    const char *m_latin1;
-    int m_size;
+    const char *m_latin1 = nullptr;
+    int m_size = 0;
     QString m_string;
 };
 
@@ -84,7 +88,7 @@ class TIRREL_AUTOTEST_EXPORT XmlValue
 {
 public:
     XmlValue() = default;                       // missing
-    explicit XmlValue(const QString &text) : m_string(text), m_kind(String) {}
+    explicit XmlValue(QString text) : m_string(std::move(text)), m_kind(String) {}
     // UTF-8 held elsewhere (the tree's buffer), already as the DOM parser gives it: references
     // resolved, line ends and white space as the document has them. Never null: a size of 0 is
     // an empty value.
@@ -95,6 +99,9 @@ public:
 
     // A missing value gives a null string, an empty one an empty (non-null) string.
     QString toString() const;
+    // The same, sharing the document's own string where the node kind holds one (DomNode)
+    // instead of a copy: for records whose texts may keep that memory after the document.
+    QString toSharedString() const { return m_kind == String ? m_string : toString(); }
     // QString::fromUtf8, but for a byte-order mark at the start: in a value it is a character,
     // which QString::fromUtf8 drops.
     static QString fromUtf8(const char *utf8, int size);
@@ -119,14 +126,16 @@ class TIRREL_AUTOTEST_EXPORT DomNode
 public:
     DomNode() = default;
     explicit DomNode(const QDomElement &element) : m_element(element) {}
+    // The node as an element (a null one for other kinds of node).
+    explicit DomNode(const QDomNode &node) : m_element(node.toElement()) {}
 
     bool isNull() const { return m_element.isNull(); }
     QString name() const { return m_element.tagName(); }
     bool hasName(const XmlName &name) const { return m_element.tagName() == name.string(); }
     int nameIndex(const XmlNames &names) const { return names.indexOf(m_element.tagName()); }
 
-    DomNode firstChildElement() const { return DomNode(m_element.firstChildElement()); }
-    DomNode nextSiblingElement() const { return DomNode(m_element.nextSiblingElement()); }
+    DomNode firstChildElement() const { return elementFrom(m_element.firstChild()); }
+    DomNode nextSiblingElement() const { return elementFrom(m_element.nextSibling()); }
     DomNode firstChildElement(const XmlName &name) const
     {
         return DomNode(m_element.firstChildElement(name.string()));
@@ -142,37 +151,59 @@ public:
     const QDomElement &element() const { return m_element; }
 
 private:
+    // The first element among `node` and its following siblings.
+    static DomNode elementFrom(QDomNode node);
+
     QDomElement m_element;
 };
 
-// The first child element of each name of `names`, found in one pass over the children:
-// at(i) is what firstChildElement(names.at(i)) gives. Children in the order of the list are
-// matched without a look-up.
+// Calls found(i, child) for the first child element of each name of `names` (i its index in
+// the list), in document order, in one pass over the children: child is what
+// firstChildElement(names.at(i)) gives. Then calls found(i, Node()) for each name without a
+// child. Children in the order of the list are matched without a look-up.
+template <class Node, class Found>
+void forFirstChildElements(const Node &parent, const XmlNames &names, Found found)
+{
+    QVarLengthArray<bool, 32> seen(names.size());
+    std::fill(seen.begin(), seen.end(), false);
+    int missing = names.size();
+    int expected = 0;
+    for (Node child = parent.firstChildElement(); !child.isNull() && missing > 0;
+         child = child.nextSiblingElement()) {
+        const int i = expected < names.size() && child.hasName(names.at(expected))
+                ? expected
+                : child.nameIndex(names);
+        if (i < 0)
+            continue;
+        if (!seen[i]) {
+            seen[i] = true;
+            --missing;
+            found(i, child);
+        }
+        expected = i + 1;
+    }
+    for (int i = 0; missing > 0 && i < names.size(); ++i) {
+        if (!seen[i])
+            found(i, Node());
+    }
+}
+
+// The first child element of each name of `names`: at(i) is what
+// firstChildElement(names.at(i)) gives.
 template <class Node>
 class ChildElements
 {
 public:
+    explicit ChildElements(int size) : m_found(size) {}
     ChildElements(const Node &parent, const XmlNames &names)
         : m_found(names.size())
     {
-        int missing = names.size();
-        int expected = 0;
-        for (Node child = parent.firstChildElement(); !child.isNull() && missing > 0;
-             child = child.nextSiblingElement()) {
-            const int i = expected < names.size() && child.hasName(names.at(expected))
-                    ? expected
-                    : child.nameIndex(names);
-            if (i < 0)
-                continue;
-            if (m_found[i].isNull()) {
-                m_found[i] = child;
-                --missing;
-            }
-            expected = i + 1;
-        }
+        forFirstChildElements(parent, names,
+                              [this](int i, const Node &child) { m_found[i] = child; });
     }
 
     const Node &operator[](int index) const { return m_found[index]; }
+    Node &operator[](int index) { return m_found[index]; }
 
 private:
     QVarLengthArray<Node, 32> m_found;

@@ -1,8 +1,11 @@
 #include "scadaEngine.h"
 #include "scadaEngine_p.h"
+
+#include "fieldTable_p.h"
 #include "fileAccess.h"
+#include "logging_p.h"
 #include "safeSave_p.h"
-#include "scaFileFormat_p.h"
+#include "scadaLibFormat_p.h"
 #include "xmlLimits_p.h"
 
 #include <QCoreApplication>
@@ -10,10 +13,8 @@
 #include <QDomDocument>
 #include <QFile>
 #include <QFileInfo>
-#include <QHash>
-#include <QMessageBox>
 #include <QVarLengthArray>
-#include <QVector>
+#include <QMessageBox>
 #include <QXmlStreamWriter>
 
 #include <limits>
@@ -31,31 +32,8 @@ const char ImagePathPrefix[] = "images/";
 const char OpenErrorText[] = "dosya acilamadi";
 
 // Object library file
-const char RootElement[] = "scadaObjectTypes";
-const char ObjectElement[] = "object";
-const char NameAttribute[] = "name";
+const XmlName ObjectElement("object");
 const char ImageElementPrefix[] = "image";   // image1, image2, ...
-
-// The child elements of "object" other than the images, each read as its text.
-enum Field {
-    CategoryField, UidField, TypeField, RtuField, RegisterField, WidthField, HeightField,
-    LofXField, LofYField, MValField, AValField, FieldCount
-};
-const char *const FieldElements[FieldCount] = {
-    "objectCategory", "objectUID", "objectType", "rtuID", "registerID", "width", "height",
-    "lofX", "lofY", "m_val", "a_val"
-};
-
-int fieldOf(const QString &element)
-{
-    static const QHash<QString, int> fields = [] {
-        QHash<QString, int> table;
-        for (int field = 0; field < FieldCount; ++field)
-            table.insert(QLatin1String(FieldElements[field]), field);
-        return table;
-    }();
-    return fields.value(element, -1);
-}
 
 QString imageElementName(int number)
 {
@@ -66,107 +44,84 @@ QString imageElementName(int number)
 // else 0.
 int imageNumber(const QString &element)
 {
-    const int prefixLength = int(sizeof ImageElementPrefix) - 1;
-    if (!element.startsWith(QLatin1String(ImageElementPrefix)))
-        return 0;
-    const QStringRef digits = element.midRef(prefixLength);
-    if (digits.isEmpty() || digits.size() > 9 || digits.at(0) == QLatin1Char('0'))
-        return 0;
-    for (const QChar c : digits) {
-        if (c < QLatin1Char('0') || c > QLatin1Char('9'))
-            return 0;
-    }
-    return digits.toInt();
+    bool ok = false;
+    const int number = element.midRef(int(sizeof ImageElementPrefix) - 1).toInt(&ok);
+    return ok && number > 0 && imageElementName(number) == element ? number : 0;
 }
 
-// The texts of an "object" element's children, the first child of each name winning, gathered
-// in one pass over the children.
-class ObjectFields
+// The images run from image1 to the first missing number; the first element of a number counts.
+template <class Node>
+QStringList readImages(const Node &object)
 {
-public:
-    explicit ObjectFields(const QDomElement &object)
-    {
-        QVarLengthArray<QPair<int, QString>, 4> images;
-        for (QDomElement child = object.firstChildElement(); !child.isNull();
-             child = child.nextSiblingElement()) {
-            const QString name = child.nodeName();
-            const int field = fieldOf(name);
-            if (field >= 0) {
-                if (!m_present[field]) {
-                    m_texts[field] = child.text();
-                    m_present[field] = true;
-                }
-            } else if (const int number = imageNumber(name)) {
-                images.append(qMakePair(number, child.text()));
-            }
-        }
-        // The images run from image1 to the first missing number; numbers beyond the count of
-        // image elements can never be reached.
-        QVector<const QString *> byNumber(images.size(), nullptr);
-        for (const auto &image : images) {
-            if (image.first <= byNumber.size() && !byNumber[image.first - 1])
-                byNumber[image.first - 1] = &image.second;
-        }
-        for (const QString *text : qAsConst(byNumber)) {
-            if (!text)
-                break;
-            m_images << *text;
-        }
+    QVarLengthArray<QPair<int, Node>, 4> images;
+    for (Node child = object.firstChildElement(); !child.isNull();
+         child = child.nextSiblingElement()) {
+        if (const int number = imageNumber(child.name()))
+            images.append({number, child});
     }
+    QStringList paths;
+    for (int number = 1;; ++number) {
+        const auto image = std::find_if(images.cbegin(), images.cend(),
+                                        [number](const auto &i) { return i.first == number; });
+        if (image == images.cend())
+            return paths;
+        paths << QLatin1String(ImagePathPrefix) + image->second.text().toString();
+    }
+}
 
-    QString readText(Field field) const { return m_texts[field]; }
-    int readInt(Field field) const { return m_texts[field].toInt(nullptr, 10); }
-    // Whole numbers only: a fraction does not parse and reads as 0.
-    float readIntAsFloat(Field field) const { return float(readInt(field)); }
-    QStringList images() const { return m_images; }
+// Each image by its file name: images/a.png is written as a.png.
+void writeImages(QXmlStreamWriter &w, const ScadaLibObject &object)
+{
+    for (int i = 0; i < object.images.size(); ++i)
+        writeText(w, imageElementName(i + 1), QFileInfo(object.images.at(i)).fileName());
+}
 
-private:
-    QString m_texts[FieldCount];
-    bool m_present[FieldCount] = {};
-    QStringList m_images;
+// "m_val" and "a_val" are whole numbers: a fraction does not parse and reads as 0.
+struct IntAsFloat : Fields::Real
+{
+    static float parse(const XmlValue &value) { return float(value.toInt()); }
 };
 
-ScadaLibObject *readObject(const QDomElement &element, bool isUserObject)
+// Writing order: the user library keeps only the rows up to the images.
+using O = ScadaLibObject;
+using FO = FieldRows<O>;
+const FieldTable<O> &objectTable()
 {
-    auto *object = new ScadaLibObject;
-    const ObjectFields fields(element);
-    object->name = element.attribute(QLatin1String(NameAttribute));
-    object->objectCategory = fields.readText(CategoryField);
-    object->objectUID = fields.readInt(UidField);
-    object->objectType = fields.readInt(TypeField);
-    object->rtuID = fields.readInt(RtuField);
-    object->registerID = fields.readInt(RegisterField);
-    object->width = fields.readInt(WidthField);
-    object->height = fields.readInt(HeightField);
-    object->lofX = fields.readInt(LofXField);
-    object->lofY = fields.readInt(LofYField);
-    object->m_val = fields.readIntAsFloat(MValField);
-    object->a_val = fields.readIntAsFloat(AValField);
-    const QStringList images = fields.images();
-    for (const QString &image : images)
-        object->images << QLatin1String(ImagePathPrefix) + image;
-    object->isUserObject = isUserObject;
-    return object;
+    static const FieldTable<O> rows = {
+        FO::ownAttribute<&O::name>("name"),
+        FO::element<&O::objectCategory>("objectCategory"),
+        FO::element<&O::objectUID>("objectUID"),
+        FO::member<&O::images>("images", &writeImages),
+        FO::writtenBy(FO::element<&O::objectType>("objectType"), nullptr),
+        FO::writtenBy(FO::element<&O::rtuID>("rtuID"), nullptr),
+        FO::writtenBy(FO::element<&O::registerID>("registerID"), nullptr),
+        FO::writtenBy(FO::element<&O::width>("width"), nullptr),
+        FO::writtenBy(FO::element<&O::height>("height"), nullptr),
+        FO::writtenBy(FO::element<&O::lofX>("lofX"), nullptr),
+        FO::writtenBy(FO::element<&O::lofY>("lofY"), nullptr),
+        FO::writtenBy(FO::element<&O::m_val, IntAsFloat>("m_val"), nullptr),
+        FO::writtenBy(FO::element<&O::a_val, IntAsFloat>("a_val"), nullptr),
+        FO::member<&O::reserved>("reserved"),
+        FO::member<&O::isUserObject>("isUserObject"),
+    };
+    return rows;
 }
 
-void writeText(QXmlStreamWriter &writer, Field field, const QString &text)
+// Every "object" child of the root (whatever its name), in file order.
+template <class Node>
+void readObjects(const Node &root, bool isUserLibrary, QList<ScadaLibObject *> *objects)
 {
-    writer.writeTextElement(QLatin1String(FieldElements[field]), PageXml::xmlSafe(text));
+    static const FieldReader<O> reader(objectTable());
+    for (Node element = root.firstChildElement(ObjectElement); !element.isNull();
+         element = element.nextSiblingElement(ObjectElement)) {
+        auto *object = new ScadaLibObject;
+        reader.read(element, *object);
+        object->images = readImages(element);
+        object->isUserObject = isUserLibrary;
+        objects->append(object);
+    }
 }
-
-// Only these fields are kept for user objects; the others read back as 0. Texts lose the
-// characters XML cannot hold (as in page files), so that the file always reads again.
-void writeObject(QXmlStreamWriter &writer, const ScadaLibObject &object)
-{
-    writer.writeStartElement(QLatin1String(ObjectElement));
-    writer.writeAttribute(QLatin1String(NameAttribute), PageXml::xmlSafe(object.name));
-    writeText(writer, CategoryField, object.objectCategory);
-    writeText(writer, UidField, QString::number(object.objectUID));
-    for (int i = 0; i < object.images.size(); ++i)
-        writer.writeTextElement(imageElementName(i + 1),
-                                PageXml::xmlSafe(QFileInfo(object.images.at(i)).fileName()));
-    writer.writeEndElement(); // </object>
-}
+template void readObjects(const DomNode &, bool, QList<ScadaLibObject *> *);
 
 // Puts a copy of `source` at `destination`, replacing a file there even when it is read-only (as
 // removing it first would). The copy is written beside the destination and renamed over it, so
@@ -210,19 +165,15 @@ bool readObjectLibrary(const QByteArray &data, bool isUserLibrary,
                        QList<ScadaLibObject *> *objects)
 {
     QDomDocument document;
-    QString errorMessage;
-    int errorLine = 0;
-    int errorColumn = 0;
-    if (!checkXmlLimits(data)
-            || !document.setContent(data, &errorMessage, &errorLine, &errorColumn)
-            || !errorMessage.isEmpty())
+    if (!checkXmlLimits(data) || !document.setContent(data))
         return false;
-
-    const QDomElement root = document.documentElement();
-    for (QDomElement element = root.firstChildElement(QLatin1String(ObjectElement));
-         !element.isNull(); element = element.nextSiblingElement(QLatin1String(ObjectElement)))
-        objects->append(readObject(element, isUserLibrary));
+    readObjects(DomNode(document.documentElement()), isUserLibrary, objects);
     return true;
+}
+
+RecordFields fieldsOf(const ScadaLibObject &object)
+{
+    return collectFields(object, objectTable());
 }
 
 ScadaEngine *ScadaEngine::m_Instance = nullptr;
@@ -285,7 +236,7 @@ bool ScadaEngine::readLibDir(QString path)
 {
     QByteArray data;
     if (FileAccess::readFile(path, &data) != FileAccess::Read) {
-        qDebug("%s", OpenErrorText);
+        qCDebug(tirrelLibrary, "%s", OpenErrorText);
         return false;
     }
     const bool isUserLibrary = !path.contains(QLatin1String(StandardLibraryFile));
@@ -305,17 +256,20 @@ bool ScadaEngine::saveUserLibraryFile(QList<ScadaLibObject *> objects)
         QXmlStreamWriter writer(&file);
         writer.setAutoFormatting(true);
         writer.writeStartDocument();
-        writer.writeStartElement(QLatin1String(RootElement));
+        writer.writeStartElement(LibraryXml::Root);
         for (const ScadaLibObject *object : qAsConst(objects)) {
-            if (object)
-                writeObject(writer, *object);
+            if (!object)
+                continue;
+            writer.writeStartElement(ObjectElement);
+            writeFields(writer, *object, objectTable());
+            writer.writeEndElement(); // </object>
         }
         writer.writeEndElement(); // </scadaObjectTypes>
         writer.writeEndDocument();
         return !writer.hasError();
     });
     if (result == SaveResult::OpenFailed)
-        qDebug("%s", OpenErrorText);
+        qCDebug(tirrelLibrary, "%s", OpenErrorText);
     return succeeded(result);
 }
 

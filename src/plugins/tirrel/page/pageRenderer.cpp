@@ -186,7 +186,7 @@ void drawElided(QPainter *p, const QRectF &rect, Qt::Alignment alignment, const 
 QString PageItemRef::itemType(Kind kind)
 {
     const int k = int(kind);
-    return k >= 0 && k < ItemKindCount ? QString(itemKinds()[size_t(k)].itemType) : QString();
+    return k >= 0 && k < ItemKindCount ? QString(pageItemKinds()[size_t(k)].itemType) : QString();
 }
 
 QString PageItemRef::describe() const

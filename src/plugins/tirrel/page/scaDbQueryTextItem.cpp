@@ -1,81 +1,72 @@
-// Database-query text items: the record's reader, content writer and copy. The item uses the
-// common envelope; each of its own values is the text of one child element.
+// Database-query text items: the record's table, reader and copy. The item uses
+// the common envelope; each of its own values is the text of one child element, and a missing
+// one leaves the new record's value.
 
 #include "scaFileFormat_p.h"
 #include "scaFileProcessor.h"
-#include "scaItemKinds_p.h"
 
 using namespace PageXml;
 
 namespace {
 
-const int DbQueryTextItemKind = 5;
+using R = DbQueryTextItemLoadData_t;
+using F = FieldRows<R>;
 
-// Children of "Item" that the reader looks for, in writing order after the envelope; the enum
-// indexes childName.
-enum Child {
-    GeometryChild, PropertiesChild, bgColor, txtColor, labelText, txtPixelSize, reportUnit,
-    reportType, reportTag, updateInterval, timeFactor, labelStyleSheet, lofx, lofy, ChildCount
-};
-const QString childName[] = {
-    Geometry, Properties,
-    QStringLiteral("bgColor"), QStringLiteral("txtColor"), QStringLiteral("labelText"),
-    QStringLiteral("txtPixelSize"), QStringLiteral("reportUnit"), QStringLiteral("reportType"),
-    QStringLiteral("reportTag"), QStringLiteral("updateInterval"), QStringLiteral("timeFactor"),
-    QStringLiteral("labelStyleSheet"), QStringLiteral("lofx"), QStringLiteral("lofy"),
-};
-static_assert(sizeof(childName) / sizeof(childName[0]) == ChildCount, "one name per Child");
+const int DbQueryTextItemKind = 5; // the code of a real-time chart too
 
-const ElementNames &childNames()
-{
-    static const ElementNames names(childName, ChildCount);
-    return names;
-}
+const XmlName reportTag("reportTag");
 
 } // namespace
 
-DbQueryTextItemLoadData_t *ScaFileProcessor::dbqTextItemFromXML(QDomElement *item)
+// Writing order.
+const FieldTable<R> &dbQueryTextTable()
 {
-    // A missing element leaves the new record's value (the defaults are the record's); a
-    // present but empty one gives an empty text or 0.
-    auto *r = new DbQueryTextItemLoadData_t;
-    const ChildElements c(item ? *item : QDomElement(), childNames());
-    readEnvelope(c[GeometryChild], c[PropertiesChild], r->base, DbQueryTextItemKind);
-
-    r->bgColor = textOf(c[bgColor], r->bgColor);
-    r->txtColor = textOf(c[txtColor], r->txtColor);
-    r->labelText = textOf(c[labelText], r->labelText);
-    r->txtPixelSize = intOf(c[txtPixelSize], r->txtPixelSize);
-    r->reportUnit = intOf(c[reportUnit], r->reportUnit);
-    r->reportType = intOf(c[reportType], r->reportType);
-    r->reportTag = intOf(c[reportTag], r->reportTag);
-    r->updateInterval = intOf(c[updateInterval], r->updateInterval);
-    r->timeFactor = intOf(c[timeFactor], r->timeFactor);
-    r->labelStyleSheet = textOf(c[labelStyleSheet], r->labelStyleSheet);
-    r->lofx = intOf(c[lofx], r->lofx);
-    r->lofy = intOf(c[lofy], r->lofy);
-    return r;
+    static const FieldTable<R> rows = envelopeTable<R>({}, {
+        F::element<&R::bgColor>("bgColor"),
+        F::element<&R::txtColor>("txtColor"),
+        F::element<&R::labelText>("labelText"),
+        F::element<&R::txtPixelSize>("txtPixelSize"),
+        F::element<&R::reportUnit>("reportUnit"),
+        F::element<&R::reportType>("reportType"),
+        F::element<&R::reportTag>(reportTag),
+        F::element<&R::updateInterval>("updateInterval"),
+        F::element<&R::timeFactor>("timeFactor"),
+        F::element<&R::labelStyleSheet>("labelStyleSheet"),
+        F::element<&R::lofx>("lofx"),
+        F::element<&R::lofy>("lofy"),
+        F::member<&R::auxFlag1>("auxFlag1"),
+        F::member<&R::auxFlag2>("auxFlag2"),
+        F::member<&R::auxFlag3>("auxFlag3"),
+        F::member<&R::auxValue>("auxValue"),
+    });
+    return rows;
 }
 
-void writeDbQueryTextItem(QXmlStreamWriter &w, const DbQueryTextItemLoadData_t &r)
+template <class Node>
+DbQueryTextItemLoadData_t *readDbQueryTextItem(const Node &item)
 {
-    writeEnvelope(w, *r.base);
-    writeText(w, childName[bgColor], r.bgColor);
-    writeText(w, childName[txtColor], r.txtColor);
-    writeText(w, childName[labelText], r.labelText);
-    writeInt(w, childName[txtPixelSize], r.txtPixelSize);
-    writeInt(w, childName[reportUnit], r.reportUnit);
-    writeInt(w, childName[reportType], r.reportType);
-    writeInt(w, childName[reportTag], r.reportTag);
-    writeInt(w, childName[updateInterval], r.updateInterval);
-    writeInt(w, childName[timeFactor], r.timeFactor);
-    writeText(w, childName[labelStyleSheet], r.labelStyleSheet);
-    writeInt(w, childName[lofx], r.lofx);
-    writeInt(w, childName[lofy], r.lofy);
+    static const FieldReader<R> reader(dbQueryTextTable());
+    return readRecord(item, reader, DbQueryTextItemKind);
+}
+template DbQueryTextItemLoadData_t *readDbQueryTextItem(const DomNode &);
+
+DbQueryTextItemLoadData_t *ScaFileProcessor::dbqTextItemFromXML(QDomElement *item)
+{
+    return readDbQueryTextItem(item ? DomNode(*item) : DomNode());
 }
 
 void copyDbQueryTextItemData(DbQueryTextItemLoadData_t *target,
                              const DbQueryTextItemLoadData_t *source)
 {
     copyRecordFields(target, source);
+}
+
+ItemTagSlots dbQueryTextTagSlots(const DbQueryTextItemLoadData_t &item)
+{
+    return {{item.reportTag, reportTag.string(), -1}};
+}
+
+RecordFields fieldsOf(const DbQueryTextItemLoadData_t &item)
+{
+    return itemFields(item, dbQueryTextTable());
 }

@@ -2,7 +2,7 @@
 
 #include "scaItemKinds_p.h"
 
-#include <QDebug>
+#include "logging_p.h"
 
 ScaFileData::ScaFileData() = default;
 ScaFileData::ScaFileData(const ScaFileData &other) = default;
@@ -16,7 +16,7 @@ ScaFileData *ScaFileData::clone()
     // Starts empty rather than as a copy of this page, so that no item list of the clone can
     // ever share a record with the source.
     auto *copy = new ScaFileData;
-    for (const ItemKind &kind : itemKinds())
+    for (const auto &kind : pageItemKinds())
         kind.copy(*this, copy);
 
     copy->labelTagIds = labelTagIds;
@@ -46,8 +46,16 @@ void ScaFileData::erase()
 
 void ScaFileData::deleteAllItems()
 {
-    for (const ItemKind &kind : itemKinds())
+    for (const auto &kind : pageItemKinds())
         kind.deleteAll(this);
+}
+
+QList<QPair<QString, int>> ScaFileData::itemCounts() const
+{
+    QList<QPair<QString, int>> counts;
+    for (const auto &kind : pageItemKinds())
+        counts.append({kind.itemType, kind.count(*this)});
+    return counts;
 }
 
 ScadaObjectLoadData_t *ScaFileData::getBlock(int uid)
@@ -63,7 +71,7 @@ QList<QVariant> ScaFileData::getTemplateTagIdsInUse(QString templateName)
 {
     for (auto it = templateTagIdsInUse.cbegin(); it != templateTagIdsInUse.cend(); ++it) {
         if (it.key() == templateName) {
-            qDebug() << "getTemplateTagIdsInUse" << it.key() << ": " << it.value();
+            qCDebug(tirrelPage) << "getTemplateTagIdsInUse" << it.key() << ": " << it.value();
             return it.value().toList();
         }
     }

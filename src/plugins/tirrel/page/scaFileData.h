@@ -8,6 +8,7 @@
 #include <QFont>
 #include <QHash>
 #include <QList>
+#include <QPair>
 #include <QSize>
 #include <QString>
 #include <QStringList>
@@ -473,6 +474,9 @@ public:
     // the scroll tags. Slots holding -1 ("none") are left out; null records are passed over.
     // Computed from the records as they are now, not from labelTagIds.
     QList<TagBinding_t> tagBindings() const;
+    // The "ItemType" text of each item kind with the number of the page's records of that kind,
+    // in the order the page file groups the kinds ("ScadaObject", "TextItem", ...).
+    QList<QPair<QString, int>> itemCounts() const;
     // The value stored in templateTagIdsInUse under exactly that template name, as a list (an
     // empty list when the name is not a key). A found entry is also written to the debug output.
     QList<QVariant> getTemplateTagIdsInUse(QString templateName);

@@ -1,16 +1,99 @@
 #include "scaFileProcessor.h"
 
+#include "logging_p.h"
+#include "safeSave_p.h"
 #include "scaFileFormat_p.h"
 #include "scaItemKinds_p.h"
-#include "safeSave_p.h"
 #include "xmlLimits_p.h"
 
-#include <QDebug>
 #include <QDomDocument>
 #include <QSet>
 #include <QTime>
 
+using namespace PageXml;
+
 namespace {
+
+// ---- Page properties -------------------------------------------------------------------------
+
+using P = ScaFileData::PageProperties;
+using FP = FieldRows<P>;
+
+// "PageProperties": these elements in this order, then "layerOrder", "pageGeometry" and
+// "ScrollTags". The "fileName" written is the path saved to.
+const XmlName pageGeometry("pageGeometry");
+const XmlName layerOrder("layerOrder");
+const int DefaultPageWidth = 250;
+const int DefaultPageHeight = 150;
+
+// Scroll tags: one empty "Tag" element each.
+const FieldTable<ScrollTagInfo> &scrollTagTable()
+{
+    using S = FieldRows<ScrollTagInfo>;
+    static const FieldTable<ScrollTagInfo> rows = {
+        S::ownAttribute<&ScrollTagInfo::TagID>(TagID, "0"),
+        S::ownAttribute<&ScrollTagInfo::ScrollText>("ScrollText", "Text"),
+    };
+    return rows;
+}
+
+void scrollTagFields(const Field<P> &, const P &p, FieldCollector &out)
+{
+    out.addList(&p.scrollTags, QStringLiteral("scrollTags"), p.scrollTags,
+                [](const ScrollTagInfo &tag) { return collectFields(tag, scrollTagTable()); });
+}
+
+const FieldTable<P> &propertyTable()
+{
+    static const FieldTable<P> rows = {
+        FP::element<&P::pageName>("pageName"),
+        FP::element<&P::fileName>("fileName"),
+        FP::element<&P::relativePath>("relativePath"),
+        FP::element<&P::pageID>("pageID"),
+        FP::element<&P::pageType>("pageType"),
+        FP::element<&P::geoView>("geoView"),
+        FP::element<&P::geoData>("geoData"),
+        FP::element<&P::markerCategories>("markerCategories"),
+        FP::element<&P::geoCenterPos>("geoCenterPos", "51.5,0,10"),
+        FP::element<&P::customPageSize>("customPageSize"),
+        FP::element<&P::addScrollingText>("addScrollingText"),
+        FP::element<&P::scaleToWindow>("scaleToWindow"),
+        FP::element<&P::pageBgImage>("pageBgImage"),
+        FP::element<&P::pageIcon>("pageIcon"),
+        FP::element<&P::pageAccessRights>("pageAccessRights"),
+        FP::element<&P::pageAccessRights2>("pageAccessRights2"),
+        FP::member<&P::pageGeometry>("pageGeometry"),
+        FP::member(&scrollTagFields),
+        FP::member<&P::auxValue>("auxValue"),
+        FP::member<&P::auxPageId>("auxPageId"),
+        FP::member<&P::auxPageList>("auxPageList"),
+    };
+    return rows;
+}
+
+void writePageGeometry(QXmlStreamWriter &w, const QSize &size)
+{
+    w.writeEmptyElement(pageGeometry);
+    w.writeAttribute(W, QString::number(size.width()));
+    w.writeAttribute(H, QString::number(size.height()));
+}
+
+void writeScrollTags(QXmlStreamWriter &w, const QList<ScrollTagInfo> &tags)
+{
+    w.writeStartElement(ScrollTags);
+    for (const ScrollTagInfo &tag : tags) {
+        w.writeEmptyElement(Tag);
+        writeFields(w, tag, scrollTagTable());
+    }
+    w.writeEndElement(); // </ScrollTags>
+}
+
+// ---- Layers ----------------------------------------------------------------------------------
+
+// "layerOrder": entries "id,name,visible,param4,param5;", the name without ";" and ",".
+const QChar LayerSeparator = QLatin1Char(';');
+const QChar LayerFieldSeparator = QLatin1Char(',');
+const int DefaultLayerParam = -1;
 
 // Pages match their layers against their items' layers through the low 32 bits of the ids.
 int layerKey(quint64 id)
@@ -34,71 +117,10 @@ struct ItemLayers
     }
 };
 
-// ---- Page properties -------------------------------------------------------------------------
-
-void readPageProperties(const QDomElement &e, const QString &fileNameArgument, ScaFileData *page)
-{
-    using namespace PageXml;
-    ScaFileData::PageProperties &p = page->pageProperties;
-    p.pageName = readText(e, pageName);
-    p.fileName = fileNameArgument.isNull() ? readText(e, fileName) : fileNameArgument;
-    p.relativePath = readText(e, relativePath);
-    p.pageID = readInt(e, pageID, DefaultPageID);
-    p.auxPageId = -1;
-    p.pageType = readInt(e, pageType, 0);
-    p.geoView = readFlag(e, geoView, false);
-    p.geoData = readText(e, geoData);
-    p.markerCategories = readText(e, markerCategories);
-    p.geoCenterPos = readText(e, geoCenterPos, DefaultGeoCenterPos);
-    p.customPageSize = readFlag(e, customPageSize, false);
-    p.addScrollingText = readFlag(e, addScrollingText, false);
-    p.scaleToWindow = readInt(e, scaleToWindow, 0);
-    p.pageBgImage = readText(e, pageBgImage);
-    p.pageIcon = readText(e, pageIcon);
-    p.pageAccessRights = readInt64(e, pageAccessRights, 0);
-    p.pageAccessRights2 = readInt64(e, pageAccessRights2, 0);
-    const QDomElement geometry = e.firstChildElement(pageGeometry);
-    p.pageGeometry = QSize(intAttr(geometry, W, DefaultPageWidth),
-                           intAttr(geometry, H, DefaultPageHeight));
-}
-
-void writePageProperties(QXmlStreamWriter &w, const ScaFileData::PageProperties &p,
-                         const QString &fileNameArgument)
-{
-    using namespace PageXml;
-    writeText(w, pageName, p.pageName);
-    writeText(w, fileName, fileNameArgument);
-    writeText(w, relativePath, p.relativePath);
-    writeInt(w, pageID, p.pageID);
-    writeInt(w, pageType, p.pageType);
-    writeFlag(w, geoView, p.geoView);
-    writeText(w, geoData, p.geoData);
-    writeText(w, markerCategories, p.markerCategories);
-    writeText(w, geoCenterPos, p.geoCenterPos);
-    writeFlag(w, customPageSize, p.customPageSize);
-    writeFlag(w, addScrollingText, p.addScrollingText);
-    writeInt(w, scaleToWindow, p.scaleToWindow);
-    writeText(w, pageBgImage, p.pageBgImage);
-    writeText(w, pageIcon, p.pageIcon);
-    writeInt(w, pageAccessRights, p.pageAccessRights);
-    writeInt(w, pageAccessRights2, p.pageAccessRights2);
-}
-
-void writePageGeometry(QXmlStreamWriter &w, const QSize &size)
-{
-    using namespace PageXml;
-    w.writeEmptyElement(pageGeometry);
-    writeAttr(w, W, size.width());
-    writeAttr(w, H, size.height());
-}
-
-// ---- Layers ----------------------------------------------------------------------------------
-
 // Reads the "layerOrder" text. A layer no item lies on is dropped; every item layer that the
-// text does not list gets a new visible layer.
+// text does not list gets a new visible layer, whose id is the 32-bit key widened with its sign.
 void readLayers(const QString &text, const ItemLayers &itemLayers, ScaFileData *page)
 {
-    using namespace PageXml;
     const QVector<QStringRef> entries = text.splitRef(LayerSeparator, Qt::SkipEmptyParts);
     for (const QStringRef &entry : entries) {
         // Empty fields are dropped, not kept in place: a layer written with an empty name comes
@@ -124,12 +146,9 @@ void readLayers(const QString &text, const ItemLayers &itemLayers, ScaFileData *
         if (listed.contains(key))
             continue;
         listed.insert(key);
-        LayerInfo layer;
+        LayerInfo layer; // visible, param4 and param5 -1
         layer.name = ScaFileProcessor::tr("New Layer_%1").arg(key);
-        layer.id = quint32(key);
-        layer.visible = true;
-        layer.param4 = DefaultLayerParam;
-        layer.param5 = DefaultLayerParam;
+        layer.id = quint64(qint64(key));
         page->layerIds.append(key);
         page->layers.append(layer);
     }
@@ -139,7 +158,6 @@ void readLayers(const QString &text, const ItemLayers &itemLayers, ScaFileData *
 // cannot hold them.
 QString layerListText(QList<LayerInfo> &layers)
 {
-    using namespace PageXml;
     for (int i = 0; i < layers.size(); ++i) {
         const QString &name = layers.at(i).name;
         if (name.contains(LayerSeparator) || name.contains(LayerFieldSeparator)) {
@@ -151,39 +169,41 @@ QString layerListText(QList<LayerInfo> &layers)
     QString text;
     for (const LayerInfo &layer : layers) {
         text += QString::number(layer.id) + LayerFieldSeparator + layer.name + LayerFieldSeparator
-                + flagText(layer.visible) + LayerFieldSeparator + QString::number(layer.param4)
-                + LayerFieldSeparator + QString::number(layer.param5) + LayerSeparator;
+                + Fields::Flag::text(layer.visible) + LayerFieldSeparator
+                + QString::number(layer.param4) + LayerFieldSeparator
+                + QString::number(layer.param5) + LayerSeparator;
     }
     return text;
 }
 
-// ---- Scroll tags -----------------------------------------------------------------------------
-
-void readScrollTags(const QDomElement &scrollTags, QList<ScrollTagInfo> *tags)
+template <class Node>
+void readPageProperties(const Node &element, const QString &fileNameArgument, ScaFileData *page,
+                        const ItemLayers &itemLayers)
 {
-    using namespace PageXml;
-    for (QDomElement e = scrollTags.firstChildElement(Tag); !e.isNull();
-         e = e.nextSiblingElement(Tag)) {
+    static const FieldReader<P> reader(propertyTable(), {&layerOrder, &pageGeometry, &ScrollTags});
+    P &p = page->pageProperties;
+    const ChildElements<Node> children = reader.read(element, p);
+    if (!fileNameArgument.isNull())
+        p.fileName = fileNameArgument;
+    p.auxPageId = -1;
+
+    const Node &geometry = children[reader.indexOf(pageGeometry)];
+    const XmlValue width = geometry.attribute(W);
+    const XmlValue height = geometry.attribute(H);
+    p.pageGeometry = QSize(width.isMissing() ? DefaultPageWidth : width.toInt(),
+                           height.isMissing() ? DefaultPageHeight : height.toInt());
+
+    const Node &scrollTags = children[reader.indexOf(ScrollTags)];
+    for (Node e = scrollTags.firstChildElement(Tag); !e.isNull(); e = e.nextSiblingElement(Tag)) {
+        static const FieldReader<ScrollTagInfo> tagReader(scrollTagTable());
         ScrollTagInfo tag;
-        tag.TagID = e.attribute(TagID, DefaultScrollTagID).toInt();
-        tag.ScrollText = textAttr(e, ScrollText, DefaultScrollText);
-        tags->append(tag);
+        tagReader.read(e, tag);
+        p.scrollTags.append(tag);
     }
+    readLayers(children[reader.indexOf(layerOrder)].text().toString(), itemLayers, page);
 }
 
-void writeScrollTags(QXmlStreamWriter &w, const QList<ScrollTagInfo> &tags)
-{
-    using namespace PageXml;
-    w.writeStartElement(ScrollTags);
-    for (const ScrollTagInfo &tag : tags) {
-        w.writeEmptyElement(Tag);
-        writeAttr(w, TagID, tag.TagID);
-        writeAttr(w, ScrollText, tag.ScrollText);
-    }
-    w.writeEndElement(); // </ScrollTags>
-}
-
-// ---- Derived lists ---------------------------------------------------------------------------
+// ---- The page --------------------------------------------------------------------------------
 
 void collectScadaObjectLinks(ScaFileData *page)
 {
@@ -194,6 +214,42 @@ void collectScadaObjectLinks(ScaFileData *page)
                                            + QStringLiteral(":%1").arg(object->userConst1));
     }
 }
+
+// The kind of an "Item" element from its "ItemType" child: no "ItemType" is a SCADA object;
+// any text not in the table (case counts) gives null.
+template <class Node>
+const ItemKind<Node> *itemKindOf(const Node &item)
+{
+    const Node type = item.firstChildElement(ItemType);
+    const auto &kinds = itemKinds<Node>();
+    if (type.isNull())
+        return &kinds.front();
+    const QString text = type.text().toSharedString();
+    for (const ItemKind<Node> &kind : kinds) {
+        if (text == kind.itemType)
+            return &kind;
+    }
+    return nullptr;
+}
+
+// A new page from the root element of a page file (whatever its name).
+template <class Node>
+ScaFileData *readPage(const Node &root, const QString &fileName)
+{
+    auto *page = new ScaFileData;
+    ItemLayers itemLayers;
+    const Node itemList = root.firstChildElement(ItemList);
+    for (Node item = itemList.firstChildElement(Item); !item.isNull();
+         item = item.nextSiblingElement(Item)) {
+        if (const ItemKind<Node> *kind = itemKindOf(item))
+            itemLayers.add(kind->read(item, page)->LayerId);
+    }
+    collectScadaObjectLinks(page);
+
+    readPageProperties(root.firstChildElement(PageProperties), fileName, page, itemLayers);
+    return page;
+}
+template ScaFileData *readPage(const DomNode &, const QString &);
 
 } // namespace
 
@@ -209,31 +265,13 @@ ScaFileData *ScaFileProcessor::loadFileData(const QByteArray &data, QString file
     QDomDocument document;
     if (!checkXmlLimits(data) || !document.setContent(data, false))
         return nullptr;
-    const QDomElement root = document.documentElement();
-
-    auto *page = new ScaFileData;
-    ItemLayers itemLayers;
-    const QDomElement itemList = root.firstChildElement(PageXml::ItemList);
-    for (QDomElement item = itemList.firstChildElement(PageXml::Item); !item.isNull();
-         item = item.nextSiblingElement(PageXml::Item)) {
-        const ItemKind *kind = itemKindFor(item.firstChildElement(PageXml::ItemType));
-        if (kind)
-            itemLayers.add(kind->read(&item, page)->LayerId);
-    }
-    collectScadaObjectLinks(page);
-
-    const QDomElement properties = root.firstChildElement(PageXml::PageProperties);
-    readPageProperties(properties, fileName, page);
-    readLayers(PageXml::readText(properties, PageXml::layerOrder), itemLayers, page);
-    readScrollTags(properties.firstChildElement(PageXml::ScrollTags),
-                   &page->pageProperties.scrollTags);
-    return page;
+    return readPage(DomNode(document.documentElement()), fileName);
 }
 
 bool ScaFileProcessor::saveFileData(ScaFileData *page, QString fileName)
 {
-    qDebug().noquote() << QStringLiteral("saveFiledata  start : ")
-                              + QTime::currentTime().toString(QStringLiteral("ss.zzz"));
+    qCDebug(tirrelPage).noquote() << QStringLiteral("saveFiledata  start : ")
+                                     + QTime::currentTime().toString(QStringLiteral("ss.zzz"));
     if (!page)
         return false;
 
@@ -241,18 +279,20 @@ bool ScaFileProcessor::saveFileData(ScaFileData *page, QString fileName)
         QXmlStreamWriter w(&file);
         w.setAutoFormatting(true);
         w.writeStartDocument();
-        w.writeStartElement(PageXml::ScadaFile);
+        w.writeStartElement(ScadaFile);
 
-        w.writeStartElement(PageXml::ItemList);
-        for (const ItemKind &kind : itemKinds())
+        w.writeStartElement(ItemList);
+        for (const auto &kind : pageItemKinds())
             kind.write(w, *page, kind.itemType);
         w.writeEndElement(); // </ItemList>
 
-        w.writeStartElement(PageXml::PageProperties);
-        writePageProperties(w, page->pageProperties, fileName);
-        PageXml::writeText(w, PageXml::layerOrder, layerListText(page->layers));
-        writePageGeometry(w, page->pageProperties.pageGeometry);
-        writeScrollTags(w, page->pageProperties.scrollTags);
+        w.writeStartElement(PageProperties);
+        P properties = page->pageProperties;
+        properties.fileName = fileName;
+        writeFields(w, properties, propertyTable());
+        writeText(w, layerOrder, layerListText(page->layers));
+        writePageGeometry(w, properties.pageGeometry);
+        writeScrollTags(w, properties.scrollTags);
         w.writeEndElement(); // </PageProperties>
 
         w.writeEndElement(); // </ScadaFile>
@@ -260,4 +300,32 @@ bool ScaFileProcessor::saveFileData(ScaFileData *page, QString fileName)
         return !w.hasError();
     });
     return succeeded(result);
+}
+
+// ---- Fields ----------------------------------------------------------------------------------
+
+RecordFields fieldsOf(const ItemBaseData_t &base)
+{
+    using B = ItemBaseData_t;
+    static const FieldTable<B> table =
+            envelopeTable<B>({}, {FieldRows<B>::member<&B::itemKind>("itemKind")});
+    return collectFields(base, table);
+}
+
+RecordFields fieldsOf(const LayerInfo &layer)
+{
+    using L = FieldRows<LayerInfo>;
+    static const FieldTable<LayerInfo> table = {
+        L::member<&LayerInfo::name>("name"),
+        L::member<&LayerInfo::id>("id"),
+        L::member<&LayerInfo::visible>("visible"),
+        L::member<&LayerInfo::param4>("param4"),
+        L::member<&LayerInfo::param5>("param5"),
+    };
+    return collectFields(layer, table);
+}
+
+RecordFields fieldsOf(const ScaFileData::PageProperties &properties)
+{
+    return collectFields(properties, propertyTable());
 }

@@ -2,7 +2,6 @@
 
 #include "scaFileFormat_p.h"
 #include "scaFileProcessor.h"
-#include "scaItemKinds_p.h"
 
 using namespace PageXml;
 
@@ -12,36 +11,76 @@ const int ImageItemKind = 8;
 const int WebFrameItemKind = 9;
 const int ScheduleItemKind = 1; // the code of a SCADA object too
 
-const QString ImageFile = QStringLiteral("ImageFile");
-const QString DefaultImageFile = QStringLiteral("placeholder_image.png");
+const char DefaultWeblink[] = "https://tirrel.example.org/images/default-logo.png";
 
-const QString Weblink = QStringLiteral("Weblink");
-
-// "TagIDs" holding one "Tag" element (PageXml::Tag) per tag id, as decimal text.
-const QString TagIDs = QStringLiteral("TagIDs");
-
-QDomElement itemElement(const QDomElement *item)
+// The host's fields of an image or web frame record.
+template <class R>
+FieldTable<R> hostFields()
 {
-    return item ? *item : QDomElement();
+    using F = FieldRows<R>;
+    return {
+        F::template member<&R::auxValue1>("auxValue1"),
+        F::template member<&R::auxValue2>("auxValue2"),
+        F::template member<&R::auxValue3>("auxValue3"),
+        F::template member<&R::auxFlag>("auxFlag"),
+        F::template member<&R::auxText1>("auxText1"),
+        F::template member<&R::auxValue4>("auxValue4"),
+        F::template member<&R::auxText2>("auxText2"),
+    };
+}
+
+// "TagIDs" holding one "Tag" element per tag id, as decimal text.
+using S = ScheduleItemLoadData_t;
+
+void writeScheduleTags(QXmlStreamWriter &w, const S &r)
+{
+    w.writeStartElement(TagIDs);
+    for (int id : r.TagIDs)
+        w.writeTextElement(Tag, QString::number(id));
+    w.writeEndElement(); // </TagIDs>
 }
 
 } // namespace
 
+const FieldTable<ImageItemLoadData_t> &imageItemTable()
+{
+    using R = ImageItemLoadData_t;
+    static const FieldTable<R> rows = envelopeTable<R>({}, {
+        FieldRows<R>::element<&R::ImageFile>("ImageFile", "placeholder_image.png"),
+    }) + hostFields<R>();
+    return rows;
+}
+
+const FieldTable<WebFrameItemLoadData_t> &webFrameItemTable()
+{
+    using R = WebFrameItemLoadData_t;
+    static const FieldTable<R> rows = envelopeTable<R>({}, {
+        FieldRows<R>::element<&R::Weblink>("Weblink"),
+    }) + hostFields<R>();
+    return rows;
+}
+
+const FieldTable<S> &scheduleItemTable()
+{
+    static const FieldTable<S> rows = envelopeTable<S>({}, {
+        FieldRows<S>::member<&S::TagIDs>("TagIDs", &writeScheduleTags),
+    });
+    return rows;
+}
+
 // ---- Image -----------------------------------------------------------------------------------
+
+template <class Node>
+ImageItemLoadData_t *readImageItem(const Node &item)
+{
+    static const FieldReader<ImageItemLoadData_t> reader(imageItemTable());
+    return readRecord(item, reader, ImageItemKind);
+}
+template ImageItemLoadData_t *readImageItem(const DomNode &);
 
 ImageItemLoadData_t *ScaFileProcessor::imageItemFromXML(QDomElement *item)
 {
-    auto *r = new ImageItemLoadData_t;
-    const QDomElement e = itemElement(item);
-    readEnvelope(e, r->base, ImageItemKind);
-    r->ImageFile = readText(e, ImageFile, DefaultImageFile);
-    return r;
-}
-
-void writeImageItem(QXmlStreamWriter &w, const ImageItemLoadData_t &r)
-{
-    writeEnvelope(w, *r.base);
-    writeText(w, ImageFile, r.ImageFile);
+    return readImageItem(item ? DomNode(*item) : DomNode());
 }
 
 void copyImageItemData(ImageItemLoadData_t *target, const ImageItemLoadData_t *source)
@@ -49,26 +88,29 @@ void copyImageItemData(ImageItemLoadData_t *target, const ImageItemLoadData_t *s
     copyRecordFields(target, source);
 }
 
+RecordFields fieldsOf(const ImageItemLoadData_t &item)
+{
+    return itemFields(item, imageItemTable());
+}
+
 // ---- Web frame -------------------------------------------------------------------------------
 
 QString WebFrameItemLoadData_t::defaultWeblink()
 {
-    return QStringLiteral("https://tirrel.example.org/images/default-logo.png");
+    return QLatin1String(DefaultWeblink);
 }
+
+template <class Node>
+WebFrameItemLoadData_t *readWebFrameItem(const Node &item)
+{
+    static const FieldReader<WebFrameItemLoadData_t> reader(webFrameItemTable());
+    return readRecord(item, reader, WebFrameItemKind);
+}
+template WebFrameItemLoadData_t *readWebFrameItem(const DomNode &);
 
 WebFrameItemLoadData_t *ScaFileProcessor::webFrameItemFromXML(QDomElement *item)
 {
-    auto *r = new WebFrameItemLoadData_t;
-    const QDomElement e = itemElement(item);
-    readEnvelope(e, r->base, WebFrameItemKind);
-    r->Weblink = readText(e, Weblink, r->Weblink);
-    return r;
-}
-
-void writeWebFrameItem(QXmlStreamWriter &w, const WebFrameItemLoadData_t &r)
-{
-    writeEnvelope(w, *r.base);
-    writeText(w, Weblink, r.Weblink);
+    return readWebFrameItem(item ? DomNode(*item) : DomNode());
 }
 
 void copyWebFrameItemData(WebFrameItemLoadData_t *target, const WebFrameItemLoadData_t *source)
@@ -76,30 +118,45 @@ void copyWebFrameItemData(WebFrameItemLoadData_t *target, const WebFrameItemLoad
     copyRecordFields(target, source);
 }
 
+RecordFields fieldsOf(const WebFrameItemLoadData_t &item)
+{
+    return itemFields(item, webFrameItemTable());
+}
+
 // ---- Schedule --------------------------------------------------------------------------------
+
+template <class Node>
+ScheduleItemLoadData_t *readScheduleItem(const Node &item)
+{
+    static const FieldReader<S> fields(scheduleItemTable(), {&TagIDs});
+    S *r = newItem<S>(ScheduleItemKind);
+    const ChildElements<Node> children = fields.read(item, *r);
+    const Node &tags = children[fields.indexOf(TagIDs)];
+    for (Node tag = tags.firstChildElement(Tag); !tag.isNull(); tag = tag.nextSiblingElement(Tag))
+        r->TagIDs.append(tag.text().toInt());
+    return r;
+}
+template ScheduleItemLoadData_t *readScheduleItem(const DomNode &);
 
 ScheduleItemLoadData_t *ScaFileProcessor::schItemFromXML(QDomElement *item)
 {
-    auto *r = new ScheduleItemLoadData_t;
-    const QDomElement e = itemElement(item);
-    readEnvelope(e, r->base, ScheduleItemKind);
-    const QDomElement tags = e.firstChildElement(TagIDs);
-    for (QDomElement tag = tags.firstChildElement(Tag); !tag.isNull();
-         tag = tag.nextSiblingElement(Tag))
-        r->TagIDs.append(parseInt(elementText(tag)));
-    return r;
-}
-
-void writeScheduleItem(QXmlStreamWriter &w, const ScheduleItemLoadData_t &r)
-{
-    writeEnvelope(w, *r.base);
-    w.writeStartElement(TagIDs);
-    for (int id : r.TagIDs)
-        writeInt(w, Tag, id);
-    w.writeEndElement(); // </TagIDs>
+    return readScheduleItem(item ? DomNode(*item) : DomNode());
 }
 
 void copyScheduleItemData(ScheduleItemLoadData_t *target, const ScheduleItemLoadData_t *source)
 {
     copyRecordFields(target, source);
+}
+
+ItemTagSlots scheduleTagSlots(const ScheduleItemLoadData_t &item)
+{
+    ItemTagSlots tagSlots;
+    for (int k = 0; k < item.TagIDs.size(); ++k)
+        tagSlots.append({item.TagIDs.at(k), TagIDs.string(), k});
+    return tagSlots;
+}
+
+RecordFields fieldsOf(const ScheduleItemLoadData_t &item)
+{
+    return itemFields(item, scheduleItemTable());
 }

@@ -1,21 +1,22 @@
 #include "scaItemKinds_p.h"
 
 #include "scaFileFormat_p.h"
-#include "scaFileProcessor.h"
 
 #include <type_traits>
 
 namespace {
 
-// A table entry from the kind's page list, reader, content writer and copy function; the record
-// type follows from the reader, and the deletion of a page's records from the list.
-template <auto List, auto Read, auto Write, auto Copy>
-constexpr ItemKind makeItemKind(QLatin1String itemType)
+// A table entry from the kind's page list, reader, field table (the content of its "Item"
+// after "ItemType"), copy function and tag slots (nullptr for kinds without tags); the record
+// type follows from the list.
+template <class Node, auto List, auto Read, auto Table, auto Copy, auto TagSlots>
+constexpr ItemKind<Node> makeItemKind(QLatin1String itemType)
 {
-    using Record = std::remove_pointer_t<decltype(Read(nullptr))>;
+    using Records = std::remove_reference_t<decltype(std::declval<ScaFileData>().*List)>;
+    using Record = std::remove_pointer_t<typename Records::value_type>;
     struct Ops
     {
-        static ItemBaseData_t *read(QDomElement *item, ScaFileData *page)
+        static ItemBaseData_t *read(const Node &item, ScaFileData *page)
         {
             Record *record = Read(item);
             (page->*List).append(record);
@@ -29,7 +30,7 @@ constexpr ItemKind makeItemKind(QLatin1String itemType)
                     continue;
                 w.writeStartElement(PageXml::Item);
                 w.writeTextElement(PageXml::ItemType, type);
-                Write(w, *record);
+                writeFields(w, *record, Table());
                 w.writeEndElement(); // </Item>
             }
         }
@@ -54,46 +55,73 @@ constexpr ItemKind makeItemKind(QLatin1String itemType)
             const QList<Record *> records = qExchange(page->*List, QList<Record *>());
             qDeleteAll(records);
         }
+        static int count(const ScaFileData &page) { return (page.*List).size(); }
+        static void tagBindings(const ScaFileData &page, QLatin1String itemType,
+                                QList<TagBinding_t> *bindings)
+        {
+            if constexpr (!std::is_null_pointer_v<decltype(TagSlots)>) {
+                const QList<Record *> &records = page.*List;
+                for (int i = 0; i < records.size(); ++i) {
+                    const Record *record = records.at(i);
+                    if (!record)
+                        continue;
+                    for (const ItemTagSlot &slot : TagSlots(*record)) {
+                        if (slot.tagId == -1)
+                            continue;
+                        TagBinding_t b;
+                        b.tagId = slot.tagId;
+                        b.itemType = itemType;
+                        b.itemIndex = i;
+                        b.itemName = record->base ? record->base->Name : QString();
+                        if constexpr (std::is_same_v<Record, ScadaObjectLoadData_t>)
+                            b.uid = record->Uid;
+                        b.slot = slot.member;
+                        b.slotIndex = slot.index;
+                        bindings->append(b);
+                    }
+                }
+            }
+        }
     };
-    return {itemType, &Ops::read, &Ops::write, &Ops::copy, &Ops::deleteAll};
+    return {itemType, &Ops::read, &Ops::write, &Ops::copy, &Ops::deleteAll, &Ops::count,
+            std::is_null_pointer_v<decltype(TagSlots)> ? nullptr : &Ops::tagBindings};
 }
 
-constexpr QLatin1String ScadaObjectType("ScadaObject", 11);
+// QLatin1String(const char *) counts with strlen, which is not a constant expression everywhere.
+template <int N>
+constexpr QLatin1String latin1(const char (&text)[N])
+{
+    return QLatin1String(text, N - 1);
+}
 
 } // namespace
 
-const std::array<ItemKind, ItemKindCount> &itemKinds()
+template <class Node>
+const std::array<ItemKind<Node>, ItemKindCount> &itemKinds()
 {
     // Writing order. Reading matches the texts exactly, so the order does not matter there.
-    static constexpr std::array<ItemKind, ItemKindCount> kinds = {
-        makeItemKind<&ScaFileData::scadaObjects, &ScaFileProcessor::scadaObjectFromXML,
-                     &writeScadaObject, &copyScadaObjectData>(ScadaObjectType),
-        makeItemKind<&ScaFileData::textItems, &ScaFileProcessor::textItemFromXML,
-                     &writeTextItem, &copyTextItemData>(QLatin1String("TextItem", 8)),
-        makeItemKind<&ScaFileData::scheduleItems, &ScaFileProcessor::schItemFromXML,
-                     &writeScheduleItem, &copyScheduleItemData>(QLatin1String("ScheduleItem", 12)),
-        makeItemKind<&ScaFileData::rtChartItems, &ScaFileProcessor::rtchartItemFromXML,
-                     &writeRealTimeChartItem, &copyRealTimeChartItemData>(QLatin1String("RTChartItem", 11)),
-        makeItemKind<&ScaFileData::dbqTextItems, &ScaFileProcessor::dbqTextItemFromXML,
-                     &writeDbQueryTextItem, &copyDbQueryTextItemData>(QLatin1String("DbqTextItem", 11)),
-        makeItemKind<&ScaFileData::tableItems, &ScaFileProcessor::tableItemFromXML,
-                     &writeTableItem, &copyTableItemData>(QLatin1String("TableItem", 9)),
-        makeItemKind<&ScaFileData::imageItems, &ScaFileProcessor::imageItemFromXML,
-                     &writeImageItem, &copyImageItemData>(QLatin1String("ImageItem", 9)),
-        makeItemKind<&ScaFileData::gaugeItems, &ScaFileProcessor::gaugeItemFromXML,
-                     &writeGaugeItem, &copyGaugeItemData>(QLatin1String("GaugeItem", 9)),
-        makeItemKind<&ScaFileData::webFrameItems, &ScaFileProcessor::webFrameItemFromXML,
-                     &writeWebFrameItem, &copyWebFrameItemData>(QLatin1String("WebFrameItem", 12)),
+    using P = ScaFileData;
+    static constexpr std::array<ItemKind<Node>, ItemKindCount> kinds = {
+        makeItemKind<Node, &P::scadaObjects, &readScadaObject<Node>, &scadaObjectTable,
+                     &copyScadaObjectData, &scadaObjectTagSlots>(latin1("ScadaObject")),
+        makeItemKind<Node, &P::textItems, &readTextItem<Node>, &textItemTable,
+                     &copyTextItemData, nullptr>(latin1("TextItem")),
+        makeItemKind<Node, &P::scheduleItems, &readScheduleItem<Node>, &scheduleItemTable,
+                     &copyScheduleItemData, &scheduleTagSlots>(latin1("ScheduleItem")),
+        makeItemKind<Node, &P::rtChartItems, &readRealTimeChartItem<Node>, &realTimeChartTable,
+                     &copyRealTimeChartItemData, &realTimeChartTagSlots>(latin1("RTChartItem")),
+        makeItemKind<Node, &P::dbqTextItems, &readDbQueryTextItem<Node>, &dbQueryTextTable,
+                     &copyDbQueryTextItemData, &dbQueryTextTagSlots>(latin1("DbqTextItem")),
+        makeItemKind<Node, &P::tableItems, &readTableItem<Node>, &tableItemTable,
+                     &copyTableItemData, nullptr>(latin1("TableItem")),
+        makeItemKind<Node, &P::imageItems, &readImageItem<Node>, &imageItemTable,
+                     &copyImageItemData, nullptr>(latin1("ImageItem")),
+        makeItemKind<Node, &P::gaugeItems, &readGaugeItem<Node>, &gaugeTable,
+                     &copyGaugeItemData, &gaugeTagSlots>(latin1("GaugeItem")),
+        makeItemKind<Node, &P::webFrameItems, &readWebFrameItem<Node>, &webFrameItemTable,
+                     &copyWebFrameItemData, nullptr>(latin1("WebFrameItem")),
     };
     return kinds;
 }
 
-const ItemKind *itemKindFor(const QDomElement &itemType)
-{
-    const QString text = itemType.isNull() ? QString(ScadaObjectType) : itemType.text();
-    for (const ItemKind &kind : itemKinds()) {
-        if (kind.itemType == text)
-            return &kind;
-    }
-    return nullptr;
-}
+template const std::array<ItemKind<DomNode>, ItemKindCount> &itemKinds<DomNode>();

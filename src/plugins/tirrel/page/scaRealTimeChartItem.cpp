@@ -1,142 +1,132 @@
-// Real-time chart items: the record's reader, content writer and copy. The item uses the common
-// envelope; its tags are the entries of "TagIDs", its other values the texts of child elements.
+// Real-time chart items: the record's table, reader and copy. The item uses the
+// common envelope; its lines are the entries of "TagIDs", its other values the texts of child
+// elements, and a missing one leaves the new record's value.
 
 #include "scaFileFormat_p.h"
 #include "scaFileProcessor.h"
-#include "scaItemKinds_p.h"
 
-#include <QDebug>
+#include "logging_p.h"
 
 using namespace PageXml;
 
 namespace {
 
+using R = RealTimeChartItemLoadData_t;
+using F = FieldRows<R>;
+
 const int RealTimeChartItemKind = 5; // the code of a database-query text too
 
-// Children of "Item" that the reader looks for, in writing order after the envelope; the enum
-// indexes childName.
-enum Child {
-    GeometryChild, PropertiesChild, TagIDs, BgColor, TxtColor, PaColor, ShowLegend,
-    FollowLastVal, ShowDescription, RescaleValAxis, ShowLastSeconds, UpperLimit, LowerLimit,
-    ChartViewType, ChartType, ChartTitle, IsAnimated, LegendAlignment, ChartOrientation,
-    LegendFontSize, AxisFontSize, ChildCount
-};
-const QString childName[] = {
-    Geometry, Properties, QStringLiteral("TagIDs"),
-    QStringLiteral("BgColor"), QStringLiteral("TxtColor"), QStringLiteral("PaColor"),
-    QStringLiteral("ShowLegend"), QStringLiteral("FollowLastVal"),
-    QStringLiteral("ShowDescription"), QStringLiteral("RescaleValAxis"),
-    QStringLiteral("ShowLastSeconds"), QStringLiteral("UpperLimit"), QStringLiteral("LowerLimit"),
-    QStringLiteral("ChartViewType"), QStringLiteral("ChartType"), QStringLiteral("ChartTitle"),
-    QStringLiteral("IsAnimated"), QStringLiteral("LegendAlignment"),
-    QStringLiteral("ChartOrientation"), QStringLiteral("LegendFontSize"),
-    QStringLiteral("AxisFontSize"),
-};
-static_assert(sizeof(childName) / sizeof(childName[0]) == ChildCount, "one name per Child");
+// One line: an empty "TagData" element whose attributes hold the line (written and read).
+// "TagIDs" may also hold "Tag" elements with a tag id as text, read after the "TagData" lines
+// with the other values as a new line has them.
+const XmlName TagDataElement("TagData");
 
-const ElementNames &childNames()
+const FieldTable<TagData> &lineTable()
 {
-    static const ElementNames names(childName, ChildCount);
-    return names;
+    using L = FieldRows<TagData>;
+    static const FieldTable<TagData> rows = {
+        L::ownAttribute<&TagData::Tag>(Tag),
+        L::ownAttribute<&TagData::LineStyle>("LineStyle"),
+        L::ownAttribute<&TagData::LineColor>("LineColor"),
+        L::member<&TagData::auxValue1>("auxValue1"),
+        L::member<&TagData::auxValue2>("auxValue2"),
+    };
+    return rows;
 }
 
-// Entries of "TagIDs": empty "TagData" elements with the attributes "Tag", "LineStyle" and
-// "LineColor" (written and read), and "Tag" elements (PageXml::Tag) holding a tag id as text
-// (read only, after the "TagData" entries). Missing values take TagData's defaults.
-const QString TagDataElement = QStringLiteral("TagData");
-const QString LineStyle = QStringLiteral("LineStyle");
-const QString LineColor = QStringLiteral("LineColor");
-
-void readTagIds(const QDomElement &tagIds, QList<TagData> *entries)
+void writeLines(QXmlStreamWriter &w, const R &r)
 {
-    for (QDomElement e = tagIds.firstChildElement(TagDataElement); !e.isNull();
-         e = e.nextSiblingElement(TagDataElement)) {
-        TagData entry;
-        entry.Tag = intAttr(e, Tag, entry.Tag);
-        entry.LineStyle = intAttr(e, LineStyle, entry.LineStyle);
-        entry.LineColor = textAttr(e, LineColor, entry.LineColor);
-        entries->append(entry);
-    }
-    for (QDomElement e = tagIds.firstChildElement(Tag); !e.isNull();
-         e = e.nextSiblingElement(Tag)) {
-        TagData entry;
-        entry.Tag = parseInt(elementText(e));
-        entries->append(entry);
-    }
-}
-
-void writeTagIds(QXmlStreamWriter &w, const QList<TagData> &entries)
-{
-    w.writeStartElement(childName[TagIDs]);
-    for (const TagData &entry : entries) {
+    w.writeStartElement(TagIDs);
+    for (const TagData &line : r.TagIDs) {
         w.writeEmptyElement(TagDataElement);
-        writeAttr(w, Tag, entry.Tag);
-        writeAttr(w, LineStyle, entry.LineStyle);
-        writeAttr(w, LineColor, entry.LineColor);
+        writeFields(w, line, lineTable());
     }
     w.writeEndElement(); // </TagIDs>
 }
 
+void lineFields(const Field<R> &, const R &r, FieldCollector &out)
+{
+    out.addList(&r.TagIDs, TagIDs, r.TagIDs,
+                [](const TagData &line) { return collectFields(line, lineTable()); });
+}
+
+template <class Node>
+void readLines(const Node &tagIds, QList<TagData> *lines)
+{
+    for (Node e = tagIds.firstChildElement(TagDataElement); !e.isNull();
+         e = e.nextSiblingElement(TagDataElement)) {
+        static const FieldReader<TagData> lineReader(lineTable());
+        TagData line;
+        lineReader.read(e, line);
+        lines->append(line);
+    }
+    for (Node e = tagIds.firstChildElement(Tag); !e.isNull(); e = e.nextSiblingElement(Tag)) {
+        TagData line;
+        line.Tag = e.text().toInt();
+        lines->append(line);
+    }
+}
+
 } // namespace
+
+// Writing order.
+const FieldTable<R> &realTimeChartTable()
+{
+    static const FieldTable<R> rows = envelopeTable<R>({}, {
+        F::member(&lineFields, &writeLines),
+        F::element<&R::BgColor>("BgColor"),
+        F::element<&R::TxtColor>("TxtColor"),
+        F::element<&R::PaColor>("PaColor"),
+        F::element<&R::ShowLegend>("ShowLegend"),
+        F::element<&R::FollowLastVal>("FollowLastVal"),
+        F::element<&R::ShowDescription>("ShowDescription"),
+        F::element<&R::RescaleValAxis>("RescaleValAxis"),
+        F::element<&R::ShowLastSeconds>("ShowLastSeconds"),
+        F::element<&R::UpperLimit>("UpperLimit"),
+        F::element<&R::LowerLimit>("LowerLimit"),
+        F::element<&R::ChartViewType>("ChartViewType"),
+        F::element<&R::ChartType>("ChartType"),
+        F::element<&R::ChartTitle>("ChartTitle"),
+        F::element<&R::IsAnimated>("IsAnimated"),
+        F::element<&R::LegendAlignment>("LegendAlignment"),
+        F::element<&R::ChartOrientation>("ChartOrientation"),
+        F::element<&R::LegendFontSize>("LegendFontSize"),
+        F::element<&R::AxisFontSize>("AxisFontSize"),
+    });
+    return rows;
+}
+
+template <class Node>
+RealTimeChartItemLoadData_t *readRealTimeChartItem(const Node &item)
+{
+    static const FieldReader<R> reader(realTimeChartTable(), {&TagIDs});
+    R *r = newItem<R>(RealTimeChartItemKind);
+    readLines(reader.read(item, *r)[reader.indexOf(TagIDs)], &r->TagIDs);
+    qCDebug(tirrelPage) << r->ChartOrientation;
+    return r;
+}
+template RealTimeChartItemLoadData_t *readRealTimeChartItem(const DomNode &);
 
 RealTimeChartItemLoadData_t *ScaFileProcessor::rtchartItemFromXML(QDomElement *item)
 {
-    // A missing element leaves the new record's value (the defaults are the record's); a
-    // present but empty one gives an empty text, 0 or false.
-    auto *r = new RealTimeChartItemLoadData_t;
-    const ChildElements c(item ? *item : QDomElement(), childNames());
-    readEnvelope(c[GeometryChild], c[PropertiesChild], r->base, RealTimeChartItemKind);
-    readTagIds(c[TagIDs], &r->TagIDs);
-
-    r->BgColor = textOf(c[BgColor], r->BgColor);
-    r->TxtColor = textOf(c[TxtColor], r->TxtColor);
-    r->PaColor = textOf(c[PaColor], r->PaColor);
-    r->ShowLegend = flagOf(c[ShowLegend], r->ShowLegend);
-    r->FollowLastVal = flagOf(c[FollowLastVal], r->FollowLastVal);
-    r->ShowDescription = flagOf(c[ShowDescription], r->ShowDescription);
-    r->RescaleValAxis = flagOf(c[RescaleValAxis], r->RescaleValAxis);
-    r->ShowLastSeconds = intOf(c[ShowLastSeconds], r->ShowLastSeconds);
-    r->UpperLimit = intOf(c[UpperLimit], r->UpperLimit);
-    r->LowerLimit = intOf(c[LowerLimit], r->LowerLimit);
-    r->ChartViewType = intOf(c[ChartViewType], r->ChartViewType);
-    r->ChartType = intOf(c[ChartType], r->ChartType);
-    r->ChartTitle = textOf(c[ChartTitle], r->ChartTitle);
-    r->IsAnimated = flagOf(c[IsAnimated], r->IsAnimated);
-    r->LegendAlignment = intOf(c[LegendAlignment], r->LegendAlignment);
-    r->ChartOrientation = intOf(c[ChartOrientation], r->ChartOrientation);
-    r->LegendFontSize = intOf(c[LegendFontSize], r->LegendFontSize);
-    r->AxisFontSize = intOf(c[AxisFontSize], r->AxisFontSize);
-
-    qDebug() << r->ChartOrientation;
-    return r;
-}
-
-void writeRealTimeChartItem(QXmlStreamWriter &w, const RealTimeChartItemLoadData_t &r)
-{
-    writeEnvelope(w, *r.base);
-    writeTagIds(w, r.TagIDs);
-    writeText(w, childName[BgColor], r.BgColor);
-    writeText(w, childName[TxtColor], r.TxtColor);
-    writeText(w, childName[PaColor], r.PaColor);
-    writeFlag(w, childName[ShowLegend], r.ShowLegend);
-    writeFlag(w, childName[FollowLastVal], r.FollowLastVal);
-    writeFlag(w, childName[ShowDescription], r.ShowDescription);
-    writeFlag(w, childName[RescaleValAxis], r.RescaleValAxis);
-    writeInt(w, childName[ShowLastSeconds], r.ShowLastSeconds);
-    writeInt(w, childName[UpperLimit], r.UpperLimit);
-    writeInt(w, childName[LowerLimit], r.LowerLimit);
-    writeInt(w, childName[ChartViewType], r.ChartViewType);
-    writeInt(w, childName[ChartType], r.ChartType);
-    writeText(w, childName[ChartTitle], r.ChartTitle);
-    writeFlag(w, childName[IsAnimated], r.IsAnimated);
-    writeInt(w, childName[LegendAlignment], r.LegendAlignment);
-    writeInt(w, childName[ChartOrientation], r.ChartOrientation);
-    writeInt(w, childName[LegendFontSize], r.LegendFontSize);
-    writeInt(w, childName[AxisFontSize], r.AxisFontSize);
+    return readRealTimeChartItem(item ? DomNode(*item) : DomNode());
 }
 
 void copyRealTimeChartItemData(RealTimeChartItemLoadData_t *target,
                                const RealTimeChartItemLoadData_t *source)
 {
     copyRecordFields(target, source);
+}
+
+ItemTagSlots realTimeChartTagSlots(const RealTimeChartItemLoadData_t &item)
+{
+    ItemTagSlots tagSlots;
+    for (int k = 0; k < item.TagIDs.size(); ++k)
+        tagSlots.append({item.TagIDs.at(k).Tag, TagIDs.string(), k});
+    return tagSlots;
+}
+
+RecordFields fieldsOf(const RealTimeChartItemLoadData_t &item)
+{
+    return itemFields(item, realTimeChartTable());
 }

@@ -1,84 +1,125 @@
-// SCADA object items: the record's own parts, its reader, its content writer and its copy.
+// SCADA object items: the record's table, reader and copy.
 
 #include "scaFileFormat_p.h"
 #include "scaFileProcessor.h"
-#include "scaItemKinds_p.h"
 
 using namespace PageXml;
 
 namespace {
 
+using R = ScadaObjectLoadData_t;
+using F = FieldRows<R>;
+
 const int ScadaObjectKind = 1;
 
-// "Properties" attributes of the kind
-const QString Uid = QStringLiteral("Uid");
-const QString Type = QStringLiteral("Type");
-
-// "TagIDs": one attribute per tag slot, in writing order.
-const QString TagIDs = QStringLiteral("TagIDs");
-const int DefaultTagId = -1;
-const struct
-{
-    QString name;
-    int ScadaObjectLoadData_t::*field;
-} tagSlots[] = {
-    {QStringLiteral("tagID_image"), &ScadaObjectLoadData_t::tagID_image},
-    {QStringLiteral("tagID_label"), &ScadaObjectLoadData_t::tagID_label},
-    {QStringLiteral("tagID_width"), &ScadaObjectLoadData_t::tagID_width},
-    {QStringLiteral("tagID_height"), &ScadaObjectLoadData_t::tagID_height},
-    {QStringLiteral("tagID_posx"), &ScadaObjectLoadData_t::tagID_posx},
-    {QStringLiteral("tagID_posy"), &ScadaObjectLoadData_t::tagID_posy},
-    {QStringLiteral("tagID_rotAng"), &ScadaObjectLoadData_t::tagID_rotAng},
-    {QStringLiteral("tagID_txtColor"), &ScadaObjectLoadData_t::tagID_txtColor},
-    {QStringLiteral("tagID_maskColor"), &ScadaObjectLoadData_t::tagID_maskColor},
-    {QStringLiteral("tagID_maskOpac"), &ScadaObjectLoadData_t::tagID_maskOpac},
-    {QStringLiteral("tagID_eventTarget"), &ScadaObjectLoadData_t::tagID_eventTarget},
-    {QStringLiteral("tagID_cusProp1"), &ScadaObjectLoadData_t::tagID_cusProp1},
-    {QStringLiteral("tagID_cusProp2"), &ScadaObjectLoadData_t::tagID_cusProp2},
-    {QStringLiteral("tagID_cusProp3"), &ScadaObjectLoadData_t::tagID_cusProp3},
-    {QStringLiteral("tagID_cusProp4"), &ScadaObjectLoadData_t::tagID_cusProp4},
-    {QStringLiteral("tagID_cusProp5"), &ScadaObjectLoadData_t::tagID_cusProp5},
-    {QStringLiteral("tagID_cusProp6"), &ScadaObjectLoadData_t::tagID_cusProp6},
-    {QStringLiteral("tagID_cusProp7"), &ScadaObjectLoadData_t::tagID_cusProp7},
-};
-
-// Children of "Item" that the reader looks for; the enum indexes childName.
-enum Child {
-    GeometryChild, PropertiesChild, TagIDsChild, MacroText, Tooltip, weblinkActive, weblink,
-    limitsActive, lowLimit, highLimit, lofx, lofy, labelStyleSheet, labelText, eventAction,
-    eventActionAck, eventType, userConst1, pageFunction, userConst2, showChildAlarms,
-    closeWindowOnClicked, componentUid, ChildCount
-};
-const QString childName[] = {
-    Geometry, Properties, TagIDs,
-    QStringLiteral("MacroText"), QStringLiteral("Tooltip"), QStringLiteral("weblinkActive"),
-    QStringLiteral("weblink"), QStringLiteral("limitsActive"), QStringLiteral("lowLimit"),
-    QStringLiteral("highLimit"), QStringLiteral("lofx"), QStringLiteral("lofy"),
-    QStringLiteral("labelStyleSheet"), QStringLiteral("labelText"), QStringLiteral("eventAction"),
-    QStringLiteral("eventActionAck"), QStringLiteral("eventType"), QStringLiteral("userConst1"),
-    QStringLiteral("pageFunction"), QStringLiteral("userConst2"),
-    QStringLiteral("showChildAlarms"), QStringLiteral("closeWindowOnClicked"),
-    QStringLiteral("componentUid"),
-};
-static_assert(sizeof(childName) / sizeof(childName[0]) == ChildCount, "one name per Child");
-
-const ElementNames &childNames()
-{
-    static const ElementNames names(childName, ChildCount);
-    return names;
-}
-
-// "componentUid" attribute holding the index order, numbers joined by ";". A missing attribute
-// reads as "-", which gives the single value 0.
-const QString indexOrderAttr = QStringLiteral("indexOrder");
+// "componentUid" holds the component's id as text and the index order as an attribute of
+// numbers joined by ";", left out when the order is empty. A missing attribute reads as "-",
+// which gives the single value 0.
+const XmlName componentUid("componentUid");
+const XmlName indexOrder("indexOrder");
 const QString MissingIndexOrder = QStringLiteral("-");
 const QChar IndexOrderSeparator = QLatin1Char(';');
 
-// Reading defaults that differ from 0 / false / empty.
-const bool DefaultShowChildAlarms = true;
-const float DefaultHighLimit = 100;
+void auxEntryFields(const Field<R> &, const R &r, FieldCollector &out)
+{
+    out.addList(&r.auxEntries, QStringLiteral("auxEntries"), r.auxEntries,
+                [](const AuxDataEntry *e) {
+                    if (!e)
+                        return RecordFields{{QStringLiteral("null"), true}};
+                    return RecordFields{
+                        {QStringLiteral("data"), e->data ? QVariant(*e->data) : QVariant()},
+                        {QStringLiteral("text"), e->text},
+                        {QStringLiteral("value"), e->value}};
+                });
+}
+
+void writeComponent(QXmlStreamWriter &w, const R &r)
+{
+    w.writeStartElement(componentUid);
+    if (!r.indexOrder.isEmpty()) {
+        QStringList numbers;
+        numbers.reserve(r.indexOrder.size());
+        for (int index : r.indexOrder)
+            numbers.append(QString::number(index));
+        w.writeAttribute(indexOrder, numbers.join(IndexOrderSeparator));
+    }
+    w.writeCharacters(xmlSafe(r.componentUid));
+    w.writeEndElement(); // </componentUid>
+}
+
+template <class Node>
+void readIndexOrder(const Node &component, R *r)
+{
+    const XmlValue value = component.attribute(indexOrder);
+    const QString order = value.isMissing() ? MissingIndexOrder : value.toString();
+    if (order.isEmpty())
+        return;
+    const QVector<QStringRef> parts = order.splitRef(IndexOrderSeparator);
+    for (const QStringRef &part : parts)
+        r->indexOrder.append(part.toInt());
+}
 
 } // namespace
+
+// Writing order; "TagIDs" holds one attribute per tag slot, each named as its member.
+const FieldTable<R> &scadaObjectTable()
+{
+    static const FieldTable<R> rows = envelopeTable<R>(
+        {
+            F::attribute<&R::Uid>(Properties, "Uid"),
+            F::attribute<&R::Type>(Properties, "Type"),
+        },
+        {
+            F::attribute<&R::tagID_image>(TagIDs, "tagID_image"),
+            F::attribute<&R::tagID_label>(TagIDs, "tagID_label"),
+            F::attribute<&R::tagID_width>(TagIDs, "tagID_width"),
+            F::attribute<&R::tagID_height>(TagIDs, "tagID_height"),
+            F::attribute<&R::tagID_posx>(TagIDs, "tagID_posx"),
+            F::attribute<&R::tagID_posy>(TagIDs, "tagID_posy"),
+            F::attribute<&R::tagID_rotAng>(TagIDs, "tagID_rotAng"),
+            F::attribute<&R::tagID_txtColor>(TagIDs, "tagID_txtColor"),
+            F::attribute<&R::tagID_maskColor>(TagIDs, "tagID_maskColor"),
+            F::attribute<&R::tagID_maskOpac>(TagIDs, "tagID_maskOpac"),
+            F::attribute<&R::tagID_eventTarget>(TagIDs, "tagID_eventTarget"),
+            F::attribute<&R::tagID_cusProp1>(TagIDs, "tagID_cusProp1"),
+            F::attribute<&R::tagID_cusProp2>(TagIDs, "tagID_cusProp2"),
+            F::attribute<&R::tagID_cusProp3>(TagIDs, "tagID_cusProp3"),
+            F::attribute<&R::tagID_cusProp4>(TagIDs, "tagID_cusProp4"),
+            F::attribute<&R::tagID_cusProp5>(TagIDs, "tagID_cusProp5"),
+            F::attribute<&R::tagID_cusProp6>(TagIDs, "tagID_cusProp6"),
+            F::attribute<&R::tagID_cusProp7>(TagIDs, "tagID_cusProp7"),
+            F::cdata<&R::MacroText>("MacroText"),
+            F::cdata<&R::Tooltip>("Tooltip"),
+            F::element<&R::weblinkActive>("weblinkActive"),
+            F::cdata<&R::weblink>("weblink"),
+            F::element<&R::limitsActive>("limitsActive"),
+            F::element<&R::lowLimit>("lowLimit"),
+            F::element<&R::highLimit>("highLimit"),
+            F::element<&R::lofx>("lofx"),
+            F::element<&R::lofy>("lofy"),
+            F::cdata<&R::labelStyleSheet>("labelStyleSheet", ""),
+            F::cdata<&R::labelText>("labelText", ""),
+            F::element<&R::eventAction>("eventAction"),
+            F::element<&R::eventActionAck>("eventActionAck"),
+            F::element<&R::eventType>("eventType"),
+            F::element<&R::userConst1>("userConst1"),
+            F::element<&R::pageFunction>("pageFunction"),
+            F::element<&R::userConst2>("userConst2"),
+            F::element<&R::showChildAlarms>("showChildAlarms"),
+            F::element<&R::closeWindowOnClicked>("closeWindowOnClicked"),
+            F::writtenBy(F::element<&R::componentUid>(componentUid), &writeComponent),
+            F::member<&R::indexOrder>("indexOrder"),
+            F::member<&R::auxInt1>("auxInt1"),
+            F::member<&R::auxInt2>("auxInt2"),
+            F::member<&R::auxFloat1>("auxFloat1"),
+            F::member<&R::auxFloat2>("auxFloat2"),
+            F::member<&R::auxFloat3>("auxFloat3"),
+            F::member<&R::extraTagIds>("extraTagIds"),
+            F::member<&R::auxText>("auxText"),
+            F::member(&auxEntryFields),
+        });
+    return rows;
+}
 
 ScadaObjectLoadData_t::~ScadaObjectLoadData_t()
 {
@@ -107,98 +148,36 @@ void copyScadaObjectData(ScadaObjectLoadData_t *target, const ScadaObjectLoadDat
     qDeleteAll(former);
 }
 
-ScadaObjectLoadData_t *ScaFileProcessor::scadaObjectFromXML(QDomElement *item)
+template <class Node>
+ScadaObjectLoadData_t *readScadaObject(const Node &item)
 {
-    auto *r = new ScadaObjectLoadData_t;
-    const ChildElements c(item ? *item : QDomElement(), childNames());
-
-    readEnvelope(c[GeometryChild], c[PropertiesChild], r->base, ScadaObjectKind);
-    r->Uid = intAttr(c[PropertiesChild], Uid, 0);
-    r->Type = intAttr(c[PropertiesChild], Type, 0);
-
-    for (const auto &slot : tagSlots)
-        r->*slot.field = intAttr(c[TagIDsChild], slot.name, DefaultTagId);
-
-    r->MacroText = textOf(c[MacroText]);
-    r->Tooltip = textOf(c[Tooltip]);
-    r->weblink = textOf(c[weblink]);
-    r->labelStyleSheet = textOf(c[labelStyleSheet]);
-    r->labelText = textOf(c[labelText]);
-    r->pageFunction = textOf(c[pageFunction]);
-    r->componentUid = textOf(c[componentUid]);
-
-    r->weblinkActive = flagOf(c[weblinkActive], false);
-    r->limitsActive = flagOf(c[limitsActive], false);
-    r->eventActionAck = flagOf(c[eventActionAck], false);
-    r->closeWindowOnClicked = flagOf(c[closeWindowOnClicked], false);
-    r->showChildAlarms = flagOf(c[showChildAlarms], DefaultShowChildAlarms);
-
-    r->lowLimit = floatOf(c[lowLimit], 0);
-    r->highLimit = floatOf(c[highLimit], DefaultHighLimit);
-    r->lofx = intOf(c[lofx], 0);
-    r->lofy = intOf(c[lofy], 0);
-    r->eventType = intOf(c[eventType], 0);
-    r->eventAction = intOf(c[eventAction], 0);
-    r->userConst1 = intOf(c[userConst1], 0);
-    r->userConst2 = intOf(c[userConst2], 0);
-
-    const QString order = textAttr(c[componentUid], indexOrderAttr, MissingIndexOrder);
-    if (!order.isEmpty()) {
-        const QVector<QStringRef> parts = order.splitRef(IndexOrderSeparator);
-        for (const QStringRef &part : parts)
-            r->indexOrder.append(part.toInt());
-    }
+    static const FieldReader<R> reader(scadaObjectTable(), {&componentUid});
+    R *r = newItem<R>(ScadaObjectKind);
+    readIndexOrder(reader.read(item, *r)[reader.indexOf(componentUid)], r);
     return r;
 }
+template ScadaObjectLoadData_t *readScadaObject(const DomNode &);
 
-QVector<QPair<QString, int>> scadaObjectTagSlots(const ScadaObjectLoadData_t &item)
+ScadaObjectLoadData_t *ScaFileProcessor::scadaObjectFromXML(QDomElement *item)
 {
-    QVector<QPair<QString, int>> values;
-    values.reserve(int(sizeof(tagSlots) / sizeof(tagSlots[0])));
-    for (const auto &slot : tagSlots)
-        values.append({slot.name, item.*slot.field});
-    return values;
+    return readScadaObject(item ? DomNode(*item) : DomNode());
 }
 
-void writeScadaObject(QXmlStreamWriter &w, const ScadaObjectLoadData_t &r)
+ItemTagSlots scadaObjectTagSlots(const ScadaObjectLoadData_t &item)
 {
-    writeEnvelope(w, *r.base, [&] {
-        writeAttr(w, Uid, r.Uid);
-        writeAttr(w, Type, r.Type);
-    });
-
-    w.writeEmptyElement(TagIDs);
-    for (const auto &slot : tagSlots)
-        writeAttr(w, slot.name, r.*slot.field);
-
-    writeCData(w, childName[MacroText], r.MacroText);
-    writeCData(w, childName[Tooltip], r.Tooltip);
-    writeFlag(w, childName[weblinkActive], r.weblinkActive);
-    writeCData(w, childName[weblink], r.weblink);
-    writeFlag(w, childName[limitsActive], r.limitsActive);
-    writeDouble(w, childName[lowLimit], r.lowLimit);
-    writeDouble(w, childName[highLimit], r.highLimit);
-    writeInt(w, childName[lofx], r.lofx);
-    writeInt(w, childName[lofy], r.lofy);
-    writeCData(w, childName[labelStyleSheet], r.labelStyleSheet);
-    writeCData(w, childName[labelText], r.labelText);
-    writeInt(w, childName[eventAction], r.eventAction);
-    writeFlag(w, childName[eventActionAck], r.eventActionAck);
-    writeInt(w, childName[eventType], r.eventType);
-    writeInt(w, childName[userConst1], r.userConst1);
-    writeText(w, childName[pageFunction], r.pageFunction);
-    writeInt(w, childName[userConst2], r.userConst2);
-    writeFlag(w, childName[showChildAlarms], r.showChildAlarms);
-    writeFlag(w, childName[closeWindowOnClicked], r.closeWindowOnClicked);
-
-    w.writeStartElement(childName[componentUid]);
-    if (!r.indexOrder.isEmpty()) {
-        QStringList numbers;
-        numbers.reserve(r.indexOrder.size());
-        for (int index : r.indexOrder)
-            numbers.append(QString::number(index));
-        w.writeAttribute(indexOrderAttr, numbers.join(IndexOrderSeparator));
+    // The slots of the page file, in its order (their decimal texts, read back), then the
+    // host's further slots.
+    ItemTagSlots tagSlots;
+    for (const Field<R> &row : scadaObjectTable()) {
+        if (row.element.string() == TagIDs.string())
+            tagSlots.append({row.text(item).toInt(), row.fieldName(), -1});
     }
-    w.writeCharacters(xmlSafe(r.componentUid));
-    w.writeEndElement(); // </componentUid>
+    for (int k = 0; k < int(sizeof(item.extraTagIds) / sizeof(item.extraTagIds[0])); ++k)
+        tagSlots.append({item.extraTagIds[k], QStringLiteral("extraTagIds[%1]").arg(k), -1});
+    return tagSlots;
+}
+
+RecordFields fieldsOf(const ScadaObjectLoadData_t &item)
+{
+    return itemFields(item, scadaObjectTable());
 }

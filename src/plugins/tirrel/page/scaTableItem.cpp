@@ -1,10 +1,9 @@
-// Table items: the cell record, the table's reader, content writer and copy. The item uses the
-// common envelope; its own content is one "TableData" element whose cells are JSON objects in
-// CDATA sections.
+// Table items: the cell record, the field tables, reader and copy. The item
+// uses the common envelope; its own content is one "TableData" element whose cells are JSON
+// objects in CDATA sections.
 
 #include "scaFileFormat_p.h"
 #include "scaFileProcessor.h"
-#include "scaItemKinds_p.h"
 
 #include <QJsonDocument>
 #include <QJsonObject>
@@ -16,22 +15,25 @@ using namespace PageXml;
 
 namespace {
 
+using R = TableItemLoadData_t;
+using F = FieldRows<R>;
+
 const int TableItemKind = 7;
 
-// "TableData" and its children
-const QString TableData = QStringLiteral("TableData");
-const QString TableWidth = QStringLiteral("TableWidth");
-const QString TableHeight = QStringLiteral("TableHeight");
-const QString StyleSheet = QStringLiteral("StyleSheet");
-const QString ColumnGroup = QStringLiteral("ColumnGroup");
-const QString Column = QStringLiteral("Column");
-const QString ColumnWidth = QStringLiteral("width");
+// "TableData": "TableWidth", "TableHeight", "StyleSheet", "ColumnGroup" with one "Column" per
+// column (attribute "width"), one "Row" per row with one "CellText" per cell.
+const XmlName TableData("TableData");
+const XmlName TableWidth("TableWidth");
+const XmlName ColumnGroup("ColumnGroup");
+const XmlName Column("Column");
+const XmlName ColumnWidth("width");
 const QString DefaultColumnWidth = QStringLiteral("0.3");
-const QString Row = QStringLiteral("Row");
-const QString CellText = QStringLiteral("CellText");
+const XmlName Row("Row");
+const XmlName CellText("CellText");
 
-// Members of a cell's JSON object, all strings. A missing "cellFont" reads as this description,
-// which has too few fields for the font parser: the cell keeps the font it had.
+// Members of a cell's JSON object, all strings, named as the cell's members. A missing
+// "cellFont" reads as this description, which has too few fields for the font parser: the cell
+// keeps the font it had.
 const QString TextKey = QStringLiteral("cellText");
 const QString FontKey = QStringLiteral("cellFont");
 const QString DefaultFontDescription = QStringLiteral("Arial,-1,10");
@@ -50,6 +52,20 @@ const struct
 const QString DefaultCellFamily = QStringLiteral("Arial");
 const int DefaultCellPixelSize = 18;
 
+const FieldTable<TableCell> &cellTable()
+{
+    using C = FieldRows<TableCell>;
+    static const FieldTable<TableCell> rows = {
+        C::member<&TableCell::cellText>("cellText"),
+        C::member<&TableCell::cellFont>("cellFont"),
+        C::member<&TableCell::cellTextColor>("cellTextColor"),
+        C::member<&TableCell::cellRowSpan>("cellRowSpan"),
+        C::member<&TableCell::cellColumnSpan>("cellColumnSpan"),
+        C::member<&TableCell::cellTextAlignment>("cellTextAlignment"),
+    };
+    return rows;
+}
+
 // Members that are missing or not strings count as empty strings, and so as 0 for numbers.
 void readTableCell(TableCell *cell, const QJsonObject &object)
 {
@@ -58,65 +74,49 @@ void readTableCell(TableCell *cell, const QJsonObject &object)
     cell->cellFont.fromString(font.isEmpty() ? DefaultFontDescription : font);
     cell->cellTextColor.setNamedColor(object.value(ColorKey).toString());
     for (const auto &member : intMembers)
-        cell->*member.field = parseInt(object.value(member.key).toString());
-}
-
-void writeTableCell(const TableCell &cell, QJsonObject *object)
-{
-    object->insert(TextKey, cell.cellText);
-    object->insert(FontKey, cell.cellFont.toString());
-    object->insert(ColorKey, cell.cellTextColor.name());
-    for (const auto &member : intMembers)
-        object->insert(member.key, QString::number(cell.*member.field));
-}
-
-// A cell's "CellText": a JSON object, or else plain text for cellText alone.
-void readCellText(const QDomElement &element, TableCell *cell)
-{
-    const QString text = elementText(element);
-    const QJsonDocument document = QJsonDocument::fromJson(text.toUtf8());
-    if (document.isObject())
-        readTableCell(cell, document.object());
-    else
-        cell->cellText = text;
+        cell->*member.field = XmlValue(object.value(member.key).toString()).toInt();
 }
 
 QString cellText(const TableCell &cell)
 {
     QJsonObject object;
-    writeTableCell(cell, &object);
+    object.insert(TextKey, cell.cellText);
+    object.insert(FontKey, cell.cellFont.toString());
+    object.insert(ColorKey, cell.cellTextColor.name());
+    for (const auto &member : intMembers)
+        object.insert(member.key, QString::number(cell.*member.field));
     return QString::fromUtf8(QJsonDocument(object).toJson(QJsonDocument::Indented));
 }
 
 // Each row starts from a new cell, and every "CellText" of the row refines the cell the one
-// before it left: what an object does not set carries over to the next cell.
-void readRows(const QDomElement &tableData, QList<QList<TableCell>> *rows)
+// before it left: what an object does not set carries over to the next cell. A "CellText" is a
+// JSON object, or else plain text for cellText alone.
+template <class Node>
+void readRows(const Node &tableData, QList<QList<TableCell>> *rows)
 {
-    for (QDomElement rowElement = tableData.firstChildElement(Row); !rowElement.isNull();
+    for (Node rowElement = tableData.firstChildElement(Row); !rowElement.isNull();
          rowElement = rowElement.nextSiblingElement(Row)) {
         QList<TableCell> row;
         TableCell cell;
-        for (QDomElement text = rowElement.firstChildElement(CellText); !text.isNull();
+        for (Node text = rowElement.firstChildElement(CellText); !text.isNull();
              text = text.nextSiblingElement(CellText)) {
-            readCellText(text, &cell);
+            const QString json = text.text().toString();
+            const QJsonDocument document = QJsonDocument::fromJson(json.toUtf8());
+            if (document.isObject())
+                readTableCell(&cell, document.object());
+            else
+                cell.cellText = json;
             row.append(cell);
         }
         rows->append(row);
     }
 }
 
-void readColumnWidths(const QDomElement &columnGroup, QList<double> *widths)
-{
-    for (QDomElement column = columnGroup.firstChildElement(Column); !column.isNull();
-         column = column.nextSiblingElement(Column))
-        widths->append(parseFloat(textAttr(column, ColumnWidth, DefaultColumnWidth)));
-}
-
 // A table without "TableWidth" holds its column widths in pixels: its width is the sum of the
 // truncated widths, and each width becomes its share of that sum. When the sum is 0 no share can
 // be formed; the widths then stay as read (in such files they are fractions already, or missing)
 // and the width is 0.
-void pixelWidthsToFractions(TableItemLoadData_t *r)
+void pixelWidthsToFractions(R *r)
 {
     qint64 sum = 0;
     for (double width : qAsConst(r->columnWidths))
@@ -129,7 +129,69 @@ void pixelWidthsToFractions(TableItemLoadData_t *r)
         width /= double(sum);
 }
 
+void writeColumns(QXmlStreamWriter &w, const R &r)
+{
+    w.writeStartElement(ColumnGroup);
+    for (double width : r.columnWidths) {
+        w.writeEmptyElement(Column);
+        w.writeAttribute(ColumnWidth, Fields::Double::text(width));
+    }
+    w.writeEndElement(); // </ColumnGroup>
+}
+
+void writeRows(QXmlStreamWriter &w, const R &r)
+{
+    for (const QList<TableCell> &row : r.rows) {
+        w.writeStartElement(Row);
+        for (const TableCell &cell : row)
+            writeCData(w, CellText, cellText(cell));
+        w.writeEndElement(); // </Row>
+    }
+}
+
+// "rows.size", "rows[i].size", "rows[i][j].<cell field>"
+void rowFields(const Field<R> &, const R &r, FieldCollector &out)
+{
+    out.add(&r.rows, QStringLiteral("rows.size"), r.rows.size());
+    for (int i = 0; i < r.rows.size(); ++i) {
+        const QList<TableCell> &row = r.rows.at(i);
+        out.add(&r.rows, QStringLiteral("rows[%1].size").arg(i), row.size());
+        for (int j = 0; j < row.size(); ++j)
+            out.add(&r.rows, QStringLiteral("rows[%1][%2]").arg(i).arg(j),
+                    collectFields(row.at(j), cellTable()));
+    }
+}
+
+// The children of "TableData", in writing order.
+const FieldTable<R> &dataTable()
+{
+    static const FieldTable<R> rows = {
+        F::element<&R::TableWidth>(TableWidth),
+        F::element<&R::TableHeight>("TableHeight"),
+        F::element<&R::StyleSheet>("StyleSheet"),
+        F::member<&R::columnWidths>("columnWidths", &writeColumns),
+        F::member(&rowFields, &writeRows),
+    };
+    return rows;
+}
+
+void writeTableData(QXmlStreamWriter &w, const R &r)
+{
+    w.writeStartElement(TableData);
+    writeFields(w, r, dataTable());
+    w.writeEndElement(); // </TableData>
+}
+
 } // namespace
+
+const FieldTable<R> &tableItemTable()
+{
+    static const FieldTable<R> rows = envelopeTable<R>({}, {
+        F::member(nullptr, &writeTableData),
+        F::member<&R::auxList>("auxList"),
+    });
+    return rows;
+}
 
 TableCell::TableCell()
     : cellFont(DefaultCellFamily),
@@ -141,50 +203,47 @@ TableCell::TableCell()
     cellFont.setPixelSize(DefaultCellPixelSize);
 }
 
-TableItemLoadData_t *ScaFileProcessor::tableItemFromXML(QDomElement *item)
+template <class Node>
+TableItemLoadData_t *readTableItem(const Node &item)
 {
-    auto *r = new TableItemLoadData_t;
-    const QDomElement e = item ? *item : QDomElement();
-    readEnvelope(e, r->base, TableItemKind);
-
-    const QDomElement data = e.firstChildElement(TableData);
-    const QString width = readText(data, TableWidth);
-    const bool pixelWidths = width.isEmpty(); // missing or empty
-    if (!pixelWidths) {
-        r->TableWidth = parseInt(width);
-        r->TableHeight = readInt(data, TableHeight, 0);
+    static const FieldReader<R> reader(tableItemTable(), {&TableData});
+    static const FieldReader<R> dataReader(dataTable(), {&TableWidth, &ColumnGroup});
+    R *r = newItem<R>(TableItemKind);
+    const Node data = reader.read(item, *r)[reader.indexOf(TableData)];
+    const ChildElements<Node> dataChildren = dataReader.read(data, *r);
+    // Without a "TableWidth" text, "TableHeight" is not read and the widths are in pixels.
+    const bool pixelWidths = dataChildren[dataReader.indexOf(TableWidth)].text().isEmpty();
+    if (pixelWidths)
+        r->TableHeight = 0;
+    const Node columnGroup = dataChildren[dataReader.indexOf(ColumnGroup)];
+    for (Node column = columnGroup.firstChildElement(Column); !column.isNull();
+         column = column.nextSiblingElement(Column)) {
+        const XmlValue width = column.attribute(ColumnWidth);
+        r->columnWidths.append((width.isMissing() ? XmlValue(DefaultColumnWidth) : width).toFloat());
     }
-    r->StyleSheet = readText(data, StyleSheet);
-    readColumnWidths(data.firstChildElement(ColumnGroup), &r->columnWidths);
     if (pixelWidths)
         pixelWidthsToFractions(r);
     readRows(data, &r->rows);
     return r;
 }
+template TableItemLoadData_t *readTableItem(const DomNode &);
 
-void writeTableItem(QXmlStreamWriter &w, const TableItemLoadData_t &r)
+TableItemLoadData_t *ScaFileProcessor::tableItemFromXML(QDomElement *item)
 {
-    writeEnvelope(w, *r.base);
-    w.writeStartElement(TableData);
-    writeInt(w, TableWidth, r.TableWidth);
-    writeInt(w, TableHeight, r.TableHeight);
-    writeText(w, StyleSheet, r.StyleSheet);
-    w.writeStartElement(ColumnGroup);
-    for (double width : r.columnWidths) {
-        w.writeEmptyElement(Column);
-        w.writeAttribute(ColumnWidth, doubleText(width));
-    }
-    w.writeEndElement(); // </ColumnGroup>
-    for (const QList<TableCell> &row : r.rows) {
-        w.writeStartElement(Row);
-        for (const TableCell &cell : row)
-            writeCData(w, CellText, cellText(cell));
-        w.writeEndElement(); // </Row>
-    }
-    w.writeEndElement(); // </TableData>
+    return readTableItem(item ? DomNode(*item) : DomNode());
 }
 
 void copyTableItemData(TableItemLoadData_t *target, const TableItemLoadData_t *source)
 {
     copyRecordFields(target, source);
+}
+
+RecordFields fieldsOf(const TableItemLoadData_t &item)
+{
+    return itemFields(item, tableItemTable(), dataTable());
+}
+
+RecordFields fieldsOf(const TableCell &cell)
+{
+    return collectFields(cell, cellTable());
 }

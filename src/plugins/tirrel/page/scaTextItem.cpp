@@ -1,10 +1,9 @@
-// Text items: the record's reader, content writer and copy. A text item does not use the common
-// envelope: its position, size, rotation and stacking value are elements of their own, and its
-// "Properties" carries "Name", "LayerId", "GroupId" and "GZVAL" in that order.
+// Text items: the record's table, reader and copy. A text item does not use the
+// common envelope: its position, size, rotation and stacking value are elements of its own, and
+// its "Properties" carries "Name", "LayerId", "GroupId" and "GZVAL" in that order.
 
 #include "scaFileFormat_p.h"
 #include "scaFileProcessor.h"
-#include "scaItemKinds_p.h"
 
 #include <QFontMetrics>
 #include <QGuiApplication>
@@ -16,30 +15,19 @@ using namespace PageXml;
 
 namespace {
 
+using R = TextItemLoadData_t;
+using B = ItemBaseData_t;
+using F = FieldRows<R>;
+
 const int TextItemKind = 2;
 
-// Children of "Item" that the reader looks for; the enum indexes childName. The first ones are
-// in writing order; "TextSize" and "GZVal" are only read.
-enum Child {
-    ItemText, TextColor, BgColor, TextPixelSize, Alignment, ZVal, DrawPaper, IsItalic,
-    IsUnderlined, Family, IsBold, SvgElement, Width, Height, RotChild, ItemPosX, ItemPosY,
-    PropertiesChild, TextSize, GZVal, ChildCount
-};
-const QString childName[] = {
-    QStringLiteral("ItemText"), QStringLiteral("TextColor"), QStringLiteral("BgColor"),
-    QStringLiteral("TextPixelSize"), QStringLiteral("Alignment"), QStringLiteral("ZVal"),
-    QStringLiteral("DrawPaper"), QStringLiteral("IsItalic"), QStringLiteral("IsUnderlined"),
-    QStringLiteral("Family"), QStringLiteral("IsBold"), QStringLiteral("SvgElement"),
-    QStringLiteral("Width"), QStringLiteral("Height"), Rot, QStringLiteral("ItemPosX"),
-    QStringLiteral("ItemPosY"), Properties, QStringLiteral("TextSize"), QStringLiteral("GZVal"),
-};
-static_assert(sizeof(childName) / sizeof(childName[0]) == ChildCount, "one name per Child");
-
-const ElementNames &childNames()
-{
-    static const ElementNames names(childName, ChildCount);
-    return names;
-}
+// Read only: the size used when "TextPixelSize" is 0 or -1, and the group stacking value that
+// takes precedence over the "GZVAL" attribute the writer puts on "Properties".
+const XmlName TextSize("TextSize");
+const XmlName GZVal("GZVal");
+// Without these, the size is measured from the text.
+const XmlName Width("Width");
+const XmlName Height("Height");
 
 // "TextPixelSize" values that mean "none": the reader then takes "TextSize".
 bool noPixelSize(int size)
@@ -59,7 +47,7 @@ int clampedToInt(qint64 value)
 // The size of a text item without "Width" or "Height": twice the text's width in the item's
 // font (at most 800) and four times the font's height. Font metrics need the font database of
 // a QGuiApplication, and touching it without one crashes, so without one the size is 0.
-QSize measuredSize(const TextItemLoadData_t &r)
+QSize measuredSize(const R &r)
 {
     if (!qobject_cast<QGuiApplication *>(QCoreApplication::instance()))
         return QSize(0, 0);
@@ -81,78 +69,71 @@ QSize measuredSize(const TextItemLoadData_t &r)
 
 } // namespace
 
-TextItemLoadData_t *ScaFileProcessor::textItemFromXML(QDomElement *item)
+// Writing order.
+const FieldTable<R> &textItemTable()
 {
-    auto *r = new TextItemLoadData_t;
-    ItemBaseData_t &b = *r->base;
-    const ChildElements c(item ? *item : QDomElement(), childNames());
-
-    r->ItemText = textOf(c[ItemText]);
-    b.X = truncatedToInt(floatOf(c[ItemPosX], 0));
-    b.Y = truncatedToInt(floatOf(c[ItemPosY], 0));
-    // An empty colour text, like a missing one, leaves the new record's colour.
-    const QString textColor = textOf(c[TextColor]);
-    if (!textColor.isEmpty())
-        r->TextColor = textColor;
-    const QString bgColor = textOf(c[BgColor]);
-    if (!bgColor.isEmpty())
-        r->BgColor = bgColor;
-    r->DrawPaper = flagOf(c[DrawPaper], false);
-    r->Alignment = intOf(c[Alignment], 0);
-    b.ZVAL = intOf(c[ZVal], 0);
-    // The writer keeps the group stacking value in the "GZVAL" attribute of "Properties"; a
-    // "GZVal" element, where a file has one, takes precedence.
-    b.GZVAL = c[GZVal].isNull() ? intAttr(c[PropertiesChild], GZVAL, 0) : intOf(c[GZVal], 0);
-    r->SvgElement = textOf(c[SvgElement]);
-    r->TextPixelSize = intOf(c[TextPixelSize], 0);
-    if (noPixelSize(r->TextPixelSize))
-        r->TextPixelSize = intOf(c[TextSize], 0);
-    r->Family = textOf(c[Family], r->Family); // only a missing element gives "Arial"
-    r->IsBold = flagOf(c[IsBold], false);
-    r->IsItalic = flagOf(c[IsItalic], false);
-    r->IsUnderlined = flagOf(c[IsUnderlined], false);
-
-    // The font is built only when a size is missing.
-    const QSize measured = c[Width].isNull() || c[Height].isNull() ? measuredSize(*r) : QSize();
-    b.W = c[Width].isNull() ? measured.width() : intOf(c[Width], 0);
-    b.H = c[Height].isNull() ? measured.height() : intOf(c[Height], 0);
-    b.Rot = intOf(c[RotChild], 0);
-
-    readItemProperties(c[PropertiesChild], &b);
-    b.HFlip = false;
-    b.VFlip = false;
-    b.itemKind = TextItemKind;
-    return r;
+    static const FieldTable<R> rows = {
+        F::cdata<&R::ItemText>("ItemText"),
+        F::element<&R::TextColor, Fields::NonEmptyText>("TextColor"),
+        F::element<&R::BgColor, Fields::NonEmptyText>("BgColor"),
+        F::element<&R::TextPixelSize>("TextPixelSize"),
+        F::element<&R::Alignment>("Alignment"),
+        F::element<&B::ZVAL>("ZVal"),
+        F::element<&R::DrawPaper>("DrawPaper"),
+        F::element<&R::IsItalic>("IsItalic"),
+        F::element<&R::IsUnderlined>("IsUnderlined"),
+        F::element<&R::Family>("Family"),
+        F::element<&R::IsBold>("IsBold"),
+        F::element<&R::SvgElement>("SvgElement"),
+        F::element<&B::W>(Width),
+        F::element<&B::H>(Height),
+        F::element<&B::Rot>("Rot"),
+        F::element<&B::X, Fields::TruncatedFloat>("ItemPosX"),
+        F::element<&B::Y, Fields::TruncatedFloat>("ItemPosY"),
+        F::attribute<&B::Name>(Properties, Name),
+        F::attribute<&B::LayerId>(Properties, LayerId),
+        F::attribute<&B::GroupId>(Properties, GroupId),
+        F::attribute<&B::GZVAL>(Properties, GZVAL),
+    };
+    return rows;
 }
 
-void writeTextItem(QXmlStreamWriter &w, const TextItemLoadData_t &r)
+template <class Node>
+TextItemLoadData_t *readTextItem(const Node &item)
 {
-    const ItemBaseData_t &b = *r.base;
-    writeCData(w, childName[ItemText], r.ItemText);
-    writeText(w, childName[TextColor], r.TextColor);
-    writeText(w, childName[BgColor], r.BgColor);
-    writeInt(w, childName[TextPixelSize], r.TextPixelSize);
-    writeInt(w, childName[Alignment], r.Alignment);
-    writeInt(w, childName[ZVal], b.ZVAL);
-    writeFlag(w, childName[DrawPaper], r.DrawPaper);
-    writeFlag(w, childName[IsItalic], r.IsItalic);
-    writeFlag(w, childName[IsUnderlined], r.IsUnderlined);
-    writeText(w, childName[Family], r.Family);
-    writeFlag(w, childName[IsBold], r.IsBold);
-    writeText(w, childName[SvgElement], r.SvgElement);
-    writeInt(w, childName[Width], b.W);
-    writeInt(w, childName[Height], b.H);
-    writeInt(w, childName[RotChild], b.Rot);
-    writeInt(w, childName[ItemPosX], b.X);
-    writeInt(w, childName[ItemPosY], b.Y);
-    w.writeEmptyElement(Properties);
-    writeAttr(w, Name, b.Name);
-    writeAttr(w, LayerId, b.LayerId);
-    writeAttr(w, GroupId, b.GroupId);
-    writeAttr(w, GZVAL, b.GZVAL);
+    static const FieldReader<R> fields(textItemTable(), {&TextSize, &GZVal, &Width, &Height});
+    R *r = newItem<R>(TextItemKind);
+    const ChildElements<Node> children = fields.read(item, *r);
+    if (noPixelSize(r->TextPixelSize))
+        r->TextPixelSize = children[fields.indexOf(TextSize)].text().toInt();
+    const Node &gzVal = children[fields.indexOf(GZVal)];
+    if (!gzVal.isNull())
+        r->base->GZVAL = gzVal.text().toInt();
+    // The font is built only when a size is missing.
+    const bool noWidth = children[fields.indexOf(Width)].isNull();
+    const bool noHeight = children[fields.indexOf(Height)].isNull();
+    if (noWidth || noHeight) {
+        const QSize measured = measuredSize(*r);
+        if (noWidth)
+            r->base->W = measured.width();
+        if (noHeight)
+            r->base->H = measured.height();
+    }
+    return r;
+}
+template TextItemLoadData_t *readTextItem(const DomNode &);
+
+TextItemLoadData_t *ScaFileProcessor::textItemFromXML(QDomElement *item)
+{
+    return readTextItem(item ? DomNode(*item) : DomNode());
 }
 
 void copyTextItemData(TextItemLoadData_t *target, const TextItemLoadData_t *source)
 {
     copyRecordFields(target, source);
+}
+
+RecordFields fieldsOf(const TextItemLoadData_t &item)
+{
+    return itemFields(item, textItemTable());
 }

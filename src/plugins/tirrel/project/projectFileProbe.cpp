@@ -1,6 +1,8 @@
 #include "projectFileProbe.h"
 
 #include "scaFileFormat_p.h"
+#include "scadaLibFormat_p.h"
+#include "tgchFileFormat_p.h"
 #include "xmlLimits_p.h"
 
 #include <QByteArray>
@@ -8,11 +10,6 @@
 #include <QXmlStreamReader>
 
 namespace {
-
-// Root elements of the documents a project holds. The page name is the page format's own
-// constant; the other two formats keep theirs inside their readers.
-const QString DefinitionRoot = QStringLiteral("CTDefinitions");
-const QString ObjectLibraryRoot = QStringLiteral("scadaObjectTypes");
 
 bool isXmlSpace(char c)
 {
@@ -44,11 +41,11 @@ Start contentStart(const QByteArray &data)
 
 ProjectFileInfo_t::Kind kindOfRoot(const QString &root)
 {
-    if (root == PageXml::ScadaFile)
+    if (root == PageXml::ScadaFile.string())
         return ProjectFileInfo_t::PageFile;
-    if (root == DefinitionRoot)
+    if (root == DefinitionXml::Root.string())
         return ProjectFileInfo_t::DefinitionFile;
-    if (root == ObjectLibraryRoot)
+    if (root == LibraryXml::Root.string())
         return ProjectFileInfo_t::ObjectLibraryFile;
     return ProjectFileInfo_t::OtherXml;
 }

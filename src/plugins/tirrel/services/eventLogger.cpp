@@ -2,6 +2,8 @@
 
 #include "programSettings.h"
 
+#include "logging_p.h"
+
 #include <QDir>
 #include <QFile>
 #include <QTextStream>
@@ -55,7 +57,7 @@ void EventLogger::logData(const char *message)
 
     QFile file(QDir::homePath() + QLatin1String(LogFileName));
     if (!file.open(QIODevice::WriteOnly | QIODevice::Append)) {
-        qDebug("%s", OpenErrorText);
+        qCDebug(tirrelServices, "%s", OpenErrorText);
         return;
     }
     QTextStream out(&file);
