@@ -53,8 +53,8 @@ QSize measuredSize(const R &r)
         return QSize(0, 0);
     QFont font(r.Family);
     font.setStyleHint(QFont::Decorative, QFont::PreferDefault);
-    if (r.TextPixelSize > 0) // 0, -1 and other sizes below 1 leave the font's default size
-        font.setPixelSize(r.TextPixelSize);
+    // Sizes below 1 (0, -1) leave the font's default size; Qt says so with a warning.
+    font.setPixelSize(r.TextPixelSize);
     font.setBold(r.IsBold);
     font.setItalic(r.IsItalic);
     font.setUnderline(r.IsUnderlined);
