@@ -609,7 +609,7 @@ void tst_Cli::lossyPagesAreReported()
     EXPECT_EXIT(again, 0);
     const QJsonObject result = again.json().array().at(0).toObject();
     QCOMPARE(result.value("result").toString(), QStringLiteral("unchanged"));
-    QCOMPARE(result.value("findings").toArray().size() + result.value("notKept").toInt(), 0);
+    QCOMPARE(result.value("findings").toArray(), QJsonArray());
 }
 
 // ---- page render --------------------------------------------------------------------------------

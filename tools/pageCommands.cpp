@@ -276,7 +276,7 @@ int runPageShow(const QStringList &args)
     CommandParser cp(QStringLiteral("page show [options] FILE..."),
                      QStringLiteral("Shows each page file's properties, layers, item counts by "
                                     "kind and the tag ids\nits items and scroll tags are bound to, "
-                                    "and what a save of the page would lose or\nchange: what the "
+                                    "and what a save of the page would lose\nor change: what the "
                                     "page does not keep (items of unknown kinds, elements and\n"
                                     "attributes it does not read, comments) and the values it "
                                     "coerces (numbers that\ndo not parse or are out of range, "
