@@ -25,8 +25,9 @@ struct TIRREL_EXPORT PageFinding_t
         // Coerced
         NotANumber,             // read as 0 (or false)
         NotAnInteger,           // a number with a fraction or exponent where an integer goes: 0
-        OutOfRange,             // beyond the values of its type: 0, or its type's nearest end
-        NaN,                    // "nan" where an integer goes: 0
+        OutOfRange,             // beyond its type: an integer reads as 0, a real as an infinity
+                                // or 0, a position read as a real is clamped
+        NaN,                    // "nan" for a position read as a real: 0
         InvalidColor,           // no colour name (also an empty one): written as #000000
         UndecodableBytes,       // bytes of no character in the file's encoding: U+FFFD
         ControlCharacters,      // characters XML cannot hold, which a save removes
