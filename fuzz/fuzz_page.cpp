@@ -1,7 +1,9 @@
 // The page reader on arbitrary bytes. What it reads is saved and read again: from the second
-// save on, saving what was read back must give the bytes of the save before.
+// save on, saving what was read back must give the bytes of the save before. The audited load
+// must read the same page, and find nothing in a saved one.
 #include "fuzzSupport.h"
 
+#include <pageAudit.h>
 #include <scaFileProcessor.h>
 
 namespace {
@@ -43,12 +45,24 @@ extern "C" int LLVMFuzzerInitialize(int *, char ***)
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
 {
     const QString &path = fuzz::scratchFile("page.xml");
-    ScaFileData *page = ScaFileProcessor::loadFileData(
-            QByteArray(reinterpret_cast<const char *>(data), int(size)), path);
+    const QByteArray bytes(reinterpret_cast<const char *>(data), int(size));
+    ScaFileData *page = ScaFileProcessor::loadFileData(bytes, path);
+    QList<PageFinding_t> findings;
+    ScaFileData *audited = PageAudit::loadFileData(bytes, path, &findings);
+    if (!page != !audited)
+        fuzz::fail("the audited load and the load disagree on loading");
     if (!page)
         return 0;
     const QByteArray save1 = saveAndDestroy(page, path);
-    const QByteArray save2 = saveAndDestroy(loadSaved(save1, path), path);
+    if (saveAndDestroy(audited, path) != save1)
+        fuzz::fail("the audited load read another page", save1);
+    ScaFileData *second = PageAudit::loadFileData(save1, path, &findings);
+    if (!second)
+        fuzz::fail("a saved page does not load", save1);
+    if (!findings.isEmpty())
+        fuzz::fail("a saved page holds what a page does not keep", save1,
+                   findings.first().path.toUtf8());
+    const QByteArray save2 = saveAndDestroy(second, path);
     const QByteArray save3 = saveAndDestroy(loadSaved(save2, path), path);
     if (save2 != save3)
         fuzz::fail("saving a page read back changed the bytes", save2, save3);

@@ -22,6 +22,7 @@ namespace {
 const QString Program = QStringLiteral(TIRREL_CLI);
 const QString DemoDir = QStringLiteral(TIRREL_DEMO_DIR);
 const QString FaultsDir = QStringLiteral(TIRREL_TEST_DATA "/cli/faults");
+const QString AuditDir = QStringLiteral(TIRREL_TEST_DATA "/cli/audit");
 
 struct Result
 {
@@ -175,6 +176,7 @@ private slots:
     void normalizeNeverReplacesNonPages_data();
     void normalizeNeverReplacesNonPages();
     void normalizeOutputFolder();
+    void lossyPagesAreReported();
     void render_data();
     void render();
     void renderSeveralPages();
@@ -342,7 +344,8 @@ void tst_Cli::pageShowDemo()
           "  tag bindings: 18 (13 tags)",
           "       105  ScadaObject #2 \"Pump P-102\" (Uid 2102), tagID_image",
           "       203  scroll tag #2 \"Chlorine residual\", TagID",
-          "  tag ids:      101 102 103 104 105 106 107 203 207 208 211 212 301"}) {
+          "  tag ids:      101 102 103 104 105 106 107 203 207 208 211 212 301",
+          "  not kept:     0", "  coerced:      0"}) {
         QVERIFY2(lines.contains(QString::fromUtf8(expected)), expected);
     }
 }
@@ -530,6 +533,83 @@ void tst_Cli::normalizeOutputFolder()
     QVERIFY(r.err.contains(QLatin1String("was already written from another file")));
     QCOMPARE(readAll(dir + "/in/a.xml"), SmallPage);    // the source stays as it was
     QVERIFY(readAll(dir + "/out/new/a.xml").contains("<fileName>a.xml</fileName>"));
+}
+
+void tst_Cli::lossyPagesAreReported()
+{
+    // lossy.xml holds one of everything a page does not keep or coerces, undecodable.xml bytes
+    // that are no UTF-8.
+    const QString dir = m_tmp.filePath("audit");
+    QVERIFY(copyTree(AuditDir, dir));
+    const QString lossy = "not kept: 1 item of unknown kind, 1 ignored element, 1 duplicate "
+                          "element, 1 ignored attribute, 1 root attribute, 1 comment; coerced: 1 "
+                          "non-numeric value, 1 non-integer value, 2 out-of-range values, 1 NaN, 1 "
+                          "invalid colour, 1 text with control characters";
+    TIRREL(show, {"page", "show", "--strict", "lossy.xml", "undecodable.xml"}, dir);
+    EXPECT_EXIT(show, 1);
+    const QStringList lines = show.outLines();
+    const int at = lines.indexOf("  not kept:     6");
+    QCOMPARE(lines.mid(at, 16),
+             (QStringList{"  not kept:     6", "    items of unknown kind          1",
+                          "    ignored elements               1", "    duplicate elements             1",
+                          "    ignored attributes             1", "    root attributes                1",
+                          "    comments                       1", "  coerced:      7",
+                          "    non-numeric values             1", "    non-integer values             1",
+                          "    out-of-range values            2", "    NaNs                           1",
+                          "    invalid colours                1", "    texts with control characters  1",
+                          "undecodable.xml", "  page:         Caf\ufffd (id -1, type 0)"}));
+    QCOMPARE(show.errLines(), (QStringList{"tirrel page show: lossy.xml: " + lossy,
+                                           "tirrel page show: undecodable.xml: coerced: 1 text "
+                                           "with undecodable bytes"}));
+
+    // The list: kind, item, place and the text the file holds there.
+    TIRREL(json, {"page", "show", "--json", "lossy.xml", "undecodable.xml"}, dir);
+    EXPECT_EXIT(json, 0);
+    QStringList found;
+    for (const QJsonValue &page : json.json().array()) {
+        for (const QJsonValue &v : page.toObject().value("findings").toArray()) {
+            const QJsonObject f = v.toObject();
+            found << QStringList{f.value("kind").toString(), f.value("itemType").toString(),
+                                 QString::number(f.value("itemIndex").toInt(-1)),
+                                 f.value("path").toString(), f.value("text").toString(),
+                                 f.value("readAs").toString()}.join(' ');
+        }
+    }
+    const QString pump = "ScadaObject 0 /ScadaFile/ItemList/Item[1]/";
+    QCOMPARE(found,
+             (QStringList{"comment  -1 /comment()  One of everything a loaded page does not keep or "
+                          "reads as another value  ",
+                          "rootAttribute  -1 /ScadaFile/@version 2 ",
+                          "nan " + pump + "Geometry/@X nan int",
+                          "outOfRange " + pump + "Geometry/@Y 1e12 int",
+                          "notAnInteger " + pump + "Geometry/@W 12.5 int",
+                          "notANumber " + pump + "Geometry/@H tall int",
+                          "ignoredAttribute " + pump + "Properties/@Colour red ",
+                          "outOfRange " + pump + "Properties/@Uid 99999999999 int",
+                          "controlCharacters " + pump + "Tooltip Pump\x1b one ",
+                          "ignoredElement " + pump + "Vendor <Vendor>Acme</Vendor> ",
+                          "duplicateElement " + pump + "lofx[2] <lofx>2</lofx> ",
+                          "invalidColor GaugeItem 0 /ScadaFile/ItemList/Item[2]/Foreground reddish colour",
+                          "unknownItemKind TrendItem -1 /ScadaFile/ItemList/Item[3] <Item><ItemType>"
+                          "TrendItem</ItemType><Geometry X=\"1\"/></Item> ",
+                          "undecodableBytes  -1 /ScadaFile/PageProperties/pageName Caf\ufffd "}));
+
+    // --strict writes nothing; without it the page is written with its counts, and what was
+    // written holds nothing more to report.
+    const QByteArray before = readAll(dir + "/lossy.xml");
+    TIRREL(strict, {"page", "normalize", "--strict", "lossy.xml"}, dir);
+    EXPECT_EXIT(strict, 1);
+    QCOMPARE(strict.out, QString());
+    QCOMPARE(strict.err, "tirrel page normalize: lossy.xml not written: " + lossy + "; left as it is\n");
+    QCOMPARE(readAll(dir + "/lossy.xml"), before);
+    TIRREL(normalize, {"page", "normalize", "lossy.xml"}, dir);
+    EXPECT_EXIT(normalize, 0);
+    QCOMPARE(normalize.out, "lossy.xml: normalized (" + lossy + ")\n");
+    TIRREL(again, {"page", "normalize", "--strict", "--json", "lossy.xml"}, dir);
+    EXPECT_EXIT(again, 0);
+    const QJsonObject result = again.json().array().at(0).toObject();
+    QCOMPARE(result.value("result").toString(), QStringLiteral("unchanged"));
+    QCOMPARE(result.value("findings").toArray(), QJsonArray());
 }
 
 // ---- page render --------------------------------------------------------------------------------

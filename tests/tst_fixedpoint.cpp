@@ -5,6 +5,7 @@
 #include "defsDump.h"
 #include "pageDump.h"
 
+#include <pageAudit.h>
 #include <scaFileProcessor.h>
 #include <scadaEngine.h>
 #include <scadaEngine_p.h>
@@ -169,15 +170,24 @@ void tst_FixedPoint::checkPage(const QByteArray &bytes)
 {
     const QString path = m_dir.filePath(QStringLiteral("page.xml"));
     ScaFileData *page = ScaFileProcessor::loadFileData(bytes, path);
+    // The audited load reads the same page.
+    ScaFileData *audited = PageAudit::loadFileData(bytes, path, nullptr);
+    QCOMPARE(audited != nullptr, page != nullptr);
     if (!page)
         return;     // malformed: nothing to save
+    COMPARE_DUMPS(pagedump::dump(*audited), pagedump::dump(*page));
+    pagedump::deletePage(audited);
     const QByteArray save1 = savePage(page, path);
     pagedump::deletePage(page);
     QVERIFY(!save1.isEmpty());
     QVERIFY(onlyXmlCharacters(save1));
 
-    ScaFileData *second = ScaFileProcessor::loadFileData(save1, path);
+    // A saved page holds nothing that a page does not keep.
+    QList<PageFinding_t> findings;
+    ScaFileData *second = PageAudit::loadFileData(save1, path, &findings);
     QVERIFY2(second, "a saved page does not load");
+    for (const PageFinding_t &f : qAsConst(findings))
+        QFAIL(qPrintable(QStringLiteral("%1: %2 (%3)").arg(f.path, f.text).arg(f.kind)));
     const QStringList secondDump = pagedump::dump(*second);
     const QByteArray save2 = savePage(second, path);
     pagedump::deletePage(second);

@@ -1,6 +1,7 @@
 // tirrel page show / page normalize
 #include "cliSupport.h"
 
+#include <pageAudit.h>
 #include <scaFileProcessor.h>
 
 #include <QDir>
@@ -28,6 +29,112 @@ QJsonValue layerIdValue(quint64 id)
     return QJsonValue(QString::number(id));
 }
 
+// ---- What a page does not keep ---------------------------------------------------------------
+
+// Each kind of finding: its name in JSON and its words in the text output.
+struct FindingKind
+{
+    const char *key;
+    const char *one;
+    const char *many;
+};
+const FindingKind findingKinds[PageFinding_t::KindCount] = {
+    {"unknownItemKind", "item of unknown kind", "items of unknown kind"},
+    {"ignoredElement", "ignored element", "ignored elements"},
+    {"duplicateElement", "duplicate element", "duplicate elements"},
+    {"ignoredAttribute", "ignored attribute", "ignored attributes"},
+    {"rootAttribute", "root attribute", "root attributes"},
+    {"ignoredText", "ignored text", "ignored texts"},
+    {"comment", "comment", "comments"},
+    {"processingInstruction", "processing instruction", "processing instructions"},
+    {"documentType", "document type declaration", "document type declarations"},
+    {"notANumber", "non-numeric value", "non-numeric values"},
+    {"notAnInteger", "non-integer value", "non-integer values"},
+    {"outOfRange", "out-of-range value", "out-of-range values"},
+    {"nan", "NaN", "NaNs"},
+    {"invalidColor", "invalid colour", "invalid colours"},
+    {"undecodableBytes", "text with undecodable bytes", "texts with undecodable bytes"},
+    {"controlCharacters", "text with control characters", "texts with control characters"},
+};
+
+// A loaded page with its findings, counted by kind.
+struct AuditedPage
+{
+    PagePtr page;
+    QList<PageFinding_t> findings;
+    int counts[PageFinding_t::KindCount] = {};
+
+    int count(bool coerced) const
+    {
+        int n = 0;
+        for (const PageFinding_t &f : findings)
+            n += f.isCoercion() == coerced ? 1 : 0;
+        return n;
+    }
+};
+
+// Loads a file read by readInput as a page, with its findings; tells why not as loadPage does
+// (by the root element, or after a refusal by a second parse, which explains it).
+AuditedPage loadAuditedPage(InputFile *input, const QString &path, QString *why)
+{
+    const ProjectFileInfo_t::Kind page = ProjectFileInfo_t::PageFile;
+    AuditedPage audited;
+    if (input->info.kind != page) {
+        *why = describeProbe(input->info, page);
+        return audited;
+    }
+    audited.page.reset(PageAudit::loadFileData(input->data, path, &audited.findings));
+    if (!audited.page) {
+        input->info = ProjectFileProbe::probe(input->data);
+        *why = input->info.kind == page ? QStringLiteral("could not be loaded")
+                                        : describeProbe(input->info, page);
+    }
+    for (const PageFinding_t &f : qAsConst(audited.findings))
+        ++audited.counts[f.kind];
+    return audited;
+}
+
+// "not kept: 1 comment, 2 ignored elements; coerced: 1 non-numeric value", or empty.
+QString findingSummary(const AuditedPage &audited)
+{
+    QStringList parts[2];
+    for (int k = 0; k < PageFinding_t::KindCount; ++k) {
+        const int n = audited.counts[k];
+        if (n > 0)
+            parts[k >= PageFinding_t::NotANumber].append(
+                QStringLiteral("%1 %2").arg(n).arg(QLatin1String(n == 1 ? findingKinds[k].one
+                                                                        : findingKinds[k].many)));
+    }
+    QStringList groups;
+    if (!parts[0].isEmpty())
+        groups << QStringLiteral("not kept: ") + parts[0].join(QStringLiteral(", "));
+    if (!parts[1].isEmpty())
+        groups << QStringLiteral("coerced: ") + parts[1].join(QStringLiteral(", "));
+    return groups.join(QStringLiteral("; "));
+}
+
+void insertFindings(QJsonObject *o, const AuditedPage &audited)
+{
+    o->insert(QStringLiteral("notKept"), audited.count(false));
+    o->insert(QStringLiteral("coerced"), audited.count(true));
+    QJsonArray list;
+    for (const PageFinding_t &f : audited.findings) {
+        QJsonObject entry{{QStringLiteral("kind"), QLatin1String(findingKinds[f.kind].key)},
+                          {QStringLiteral("path"), f.path},
+                          {QStringLiteral("text"), f.text}};
+        if (!f.itemType.isEmpty()) {
+            entry.insert(QStringLiteral("itemType"), f.itemType);
+            if (f.itemIndex >= 0)
+                entry.insert(QStringLiteral("itemIndex"), f.itemIndex);
+            entry.insert(QStringLiteral("itemName"), f.itemName);
+        }
+        if (!f.readAs.isEmpty())
+            entry.insert(QStringLiteral("readAs"), f.readAs);
+        list.append(entry);
+    }
+    o->insert(QStringLiteral("findings"), list);
+}
+
 QList<int> distinctTagIds(const QList<TagBinding_t> &bindings)
 {
     QSet<int> seen;
@@ -42,8 +149,9 @@ QList<int> distinctTagIds(const QList<TagBinding_t> &bindings)
     return ids;
 }
 
-QJsonObject pageJson(const QString &path, const ScaFileData &page)
+QJsonObject pageJson(const QString &path, const AuditedPage &audited)
 {
+    const ScaFileData &page = *audited.page;
     const ScaFileData::PageProperties &p = page.pageProperties;
     QJsonObject o;
     o.insert(QStringLiteral("file"), path);
@@ -91,11 +199,13 @@ QJsonObject pageJson(const QString &path, const ScaFileData &page)
         list.append(entry);
     }
     o.insert(QStringLiteral("bindings"), list);
+    insertFindings(&o, audited);
     return o;
 }
 
-void printPage(const QString &path, const ScaFileData &page)
+void printPage(const QString &path, const AuditedPage &audited)
 {
+    const ScaFileData &page = *audited.page;
     const ScaFileData::PageProperties &p = page.pageProperties;
     QTextStream &s = out();
     printLine(s, quoted(path));
@@ -145,6 +255,18 @@ void printPage(const QString &path, const ScaFileData &page)
         idTexts << QString::number(id);
     printLine(s, QStringLiteral("  tag ids:      ")
                      + (idTexts.isEmpty() ? QStringLiteral("-") : idTexts.join(' ')));
+
+    for (const bool coerced : {false, true}) {
+        printLine(s, QStringLiteral("  %1%2")
+                         .arg(coerced ? QStringLiteral("coerced:") : QStringLiteral("not kept:"), -14)
+                         .arg(audited.count(coerced)));
+        for (int k = 0; k < PageFinding_t::KindCount; ++k) {
+            if (audited.counts[k] > 0 && (k >= PageFinding_t::NotANumber) == coerced)
+                printLine(s, QStringLiteral("    %1%2")
+                                 .arg(QLatin1String(findingKinds[k].many), -31)
+                                 .arg(audited.counts[k]));
+        }
+    }
 }
 
 } // namespace
@@ -153,16 +275,25 @@ int runPageShow(const QStringList &args)
 {
     CommandParser cp(QStringLiteral("page show [options] FILE..."),
                      QStringLiteral("Shows each page file's properties, layers, item counts by "
-                                    "kind and the tag ids\nits items and scroll tags are bound to. "
+                                    "kind and the tag ids\nits items and scroll tags are bound to, "
+                                    "and what a save of the page would lose\nor change: what the "
+                                    "page does not keep (items of unknown kinds, elements and\n"
+                                    "attributes it does not read, comments) and the values it "
+                                    "coerces (numbers that\ndo not parse or are out of range, "
+                                    "invalid colours, undecodable bytes, control\ncharacters). "
                                     "Files that are not pages are reported."));
     cp.parser().addOption({QStringLiteral("json"), QStringLiteral("Write JSON (an array, one "
                                                                    "object per page) instead.")});
+    cp.parser().addOption({QStringLiteral("strict"),
+                           QStringLiteral("Report a page that holds anything not kept or coerced "
+                                          "as an error (exit 1).")});
     cp.parser().addPositionalArgument(QStringLiteral("FILE"), QStringLiteral("Page files."),
                                       QStringLiteral("FILE..."));
     int code = ExitOk;
     if (!cp.parse(args, 1, -1, &code))
         return code;
     const bool json = cp.parser().isSet(QStringLiteral("json"));
+    const bool strict = cp.parser().isSet(QStringLiteral("strict"));
 
     const QStringList files = cp.parser().positionalArguments();
     Progress progress(QStringLiteral("reading"), files.size());
@@ -171,22 +302,30 @@ int runPageShow(const QStringList &args)
     for (const QString &path : files) {
         progress.step(path);
         QString why;
-        const PagePtr page = loadPageFile(path, &why);
-        if (!page) {
+        InputFile input;
+        AuditedPage audited;
+        if (readInput(QFile::encodeName(path), &input, &why))
+            audited = loadAuditedPage(&input, path, &why);
+        if (!audited.page) {
             progress.done();
             reportError(ShowCommand, quoted(path) + QLatin1Char(' ') + why);
             code = ExitFailed;
             continue;
         }
         if (json) {
-            pages.append(pageJson(path, *page));
+            pages.append(pageJson(path, audited));
         } else {
             progress.done();
             if (!first)
                 out() << '\n';
             first = false;
-            printPage(path, *page);
+            printPage(path, audited);
             out().flush();
+        }
+        if (strict && !audited.findings.isEmpty()) {
+            progress.done();
+            reportError(ShowCommand, quoted(path) + QStringLiteral(": ") + findingSummary(audited));
+            code = ExitFailed;
         }
     }
     progress.done();
@@ -226,11 +365,19 @@ int runPageNormalize(const QStringList &args)
                        "layers without items\ndropped. The page's \"fileName\" element becomes the "
                        "file's own name.\nFiles are replaced unless -o is given: whole, or not at "
                        "all when the save fails,\nand not written when already canonical. A file "
-                       "that is not a page (by its root\nelement) is reported and never written."));
+                       "that is not a page (by its root\nelement) is reported and never written. "
+                       "What a page does not keep and the values\nit coerces (see page show) are "
+                       "counted for each file written."));
     cp.parser().addOption({{QStringLiteral("o"), QStringLiteral("output")},
                            QStringLiteral("Write the pages into <dir> (created if missing) instead "
                                           "of replacing them."),
                            QStringLiteral("dir")});
+    cp.parser().addOption({QStringLiteral("strict"),
+                           QStringLiteral("Do not write a page that holds anything not kept or "
+                                          "coerced; report it as an error (exit 1).")});
+    cp.parser().addOption({QStringLiteral("json"),
+                           QStringLiteral("Write JSON (an array, one object per page loaded, with "
+                                          "what it does not keep) instead.")});
     cp.parser().addPositionalArgument(QStringLiteral("FILE"), QStringLiteral("Page files."),
                                       QStringLiteral("FILE..."));
     int code = ExitOk;
@@ -246,9 +393,13 @@ int runPageNormalize(const QStringList &args)
         }
     }
 
+    const bool strict = cp.parser().isSet(QStringLiteral("strict"));
+    const bool json = cp.parser().isSet(QStringLiteral("json"));
+
     const QStringList files = cp.parser().positionalArguments();
     Progress progress(QStringLiteral("normalizing"), files.size());
     QHash<QString, QString> written;    // target path -> the source written there
+    QJsonArray results;
     for (const QString &path : files) {
         progress.step(path);
         const QFileInfo source(path);
@@ -263,18 +414,38 @@ int runPageNormalize(const QStringList &args)
 
         QString why;
         InputFile input;
-        PagePtr page;
+        AuditedPage audited;
         if (readInput(QFile::encodeName(path), &input, &why))
-            page = loadPage(&input, path, &why);
+            audited = loadAuditedPage(&input, path, &why);
+        ScaFileData *page = audited.page.get();
         if (!page) {
             fail(quoted(path) + QLatin1Char(' ') + why + QStringLiteral("; left as it is"));
+            continue;
+        }
+        const QString shown =
+            outputDir.isEmpty() ? path : QDir(outputDir).filePath(source.fileName());
+        const QString summary = findingSummary(audited);
+        const auto report = [&](const char *result) {
+            QJsonObject o{{QStringLiteral("file"), path},
+                          {QStringLiteral("output"), shown},
+                          {QStringLiteral("result"), QLatin1String(result)}};
+            insertFindings(&o, audited);
+            results.append(o);
+        };
+        const auto refuse = [&](const QString &message) {
+            report("not written");
+            fail(message);
+        };
+        if (strict && !audited.findings.isEmpty()) {
+            refuse(quoted(path) + QStringLiteral(" not written: ") + summary
+                   + QStringLiteral("; left as it is"));
             continue;
         }
         if (written.contains(target)) {
             if (QFileInfo(written.value(target)) == source)
                 continue;   // the same file given twice
-            fail(quoted(path) + QStringLiteral(" not written: ") + quoted(target)
-                 + QStringLiteral(" was already written from another file"));
+            refuse(quoted(path) + QStringLiteral(" not written: ") + quoted(target)
+                   + QStringLiteral(" was already written from another file"));
             continue;
         }
         // Never replace a file in the output folder that is not a well-formed page itself: a
@@ -282,17 +453,15 @@ int runPageNormalize(const QStringList &args)
         if (QFileInfo::exists(target) && QFileInfo(target) != source) {
             const ProjectFileInfo_t existing = ProjectFileProbe::probeFile(target);
             if (existing.kind != ProjectFileInfo_t::PageFile) {
-                fail(quoted(path) + QStringLiteral(" not written: ") + quoted(target)
-                     + QLatin1Char(' ') + describeProbe(existing, ProjectFileInfo_t::PageFile)
-                     + QStringLiteral(", and is not replaced"));
+                refuse(quoted(path) + QStringLiteral(" not written: ") + quoted(target)
+                       + QLatin1Char(' ') + describeProbe(existing, ProjectFileInfo_t::PageFile)
+                       + QStringLiteral(", and is not replaced"));
                 continue;
             }
         }
-        const QString shown =
-            outputDir.isEmpty() ? path : QDir(outputDir).filePath(source.fileName());
-        if (!savePageAs(page.get(), folder, source.fileName(), &why)) {
-            fail(QStringLiteral("cannot write ") + quoted(shown) + QStringLiteral(": ") + why
-                 + QStringLiteral("; any file there is left as it was"));
+        if (!savePageAs(page, folder, source.fileName(), &why)) {
+            refuse(QStringLiteral("cannot write ") + quoted(shown) + QStringLiteral(": ") + why
+                   + QStringLiteral("; any file there is left as it was"));
             continue;
         }
         written.insert(target, source.absoluteFilePath());
@@ -305,9 +474,16 @@ int runPageNormalize(const QStringList &args)
                         && after == input.data;
         }
         progress.done();
-        printLine(out(), quoted(shown) + (unchanged ? QStringLiteral(": unchanged")
-                                                    : QStringLiteral(": normalized")));
-        out().flush();
+        report(unchanged ? "unchanged" : "normalized");
+        if (!json) {
+            printLine(out(), quoted(shown) + (unchanged ? QStringLiteral(": unchanged")
+                                                        : QStringLiteral(": normalized"))
+                                 + (summary.isEmpty() ? QString() : " (" + summary + ')'));
+            out().flush();
+        }
     }
+    progress.done();
+    if (json)
+        printJson(QJsonDocument(results));
     return code;
 }

@@ -6,6 +6,7 @@
 #include "scaFileData.h"
 #include "scaFileProcessor.h"
 #include "pageRenderer.h"
+#include "pageAudit.h"
 #include "projectDataTree.h"
 #include "programSettings.h"
 #include "eventLogger.h"

@@ -4,14 +4,21 @@
 #include <cmath>
 #include <limits>
 
-int truncatedToInt(double value)
+int truncatedToInt(double value, const XmlValue *text)
 {
-    if (std::isnan(value))
+    if (std::isnan(value)) {
+        if (text)
+            XmlAudit::coerced(PageFinding_t::NaN, text->toString(), XmlAudit::Int);
         return 0;
-    if (value <= double(std::numeric_limits<int>::min()))
-        return std::numeric_limits<int>::min();
-    if (value >= double(std::numeric_limits<int>::max()))
-        return std::numeric_limits<int>::max();
+    }
+    // The ends themselves are values of the range.
+    const double low = std::numeric_limits<int>::min();
+    const double high = std::numeric_limits<int>::max();
+    if (value <= low || value >= high) {
+        if (text && (value <= low - 1 || value >= high + 1))
+            XmlAudit::coerced(PageFinding_t::OutOfRange, text->toString(), XmlAudit::Int);
+        return value <= low ? std::numeric_limits<int>::min() : std::numeric_limits<int>::max();
+    }
     return int(value);
 }
 

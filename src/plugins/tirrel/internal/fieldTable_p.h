@@ -20,6 +20,7 @@
 // are XmlName constants of the format.
 
 #include "recordFields_p.h"
+#include "xmlAudit_p.h"
 #include "xmlNode_p.h"
 #include "xmlWrite_p.h"
 
@@ -32,8 +33,9 @@
 #include <type_traits>
 
 // A number read as floating point and truncated toward zero; NaN gives 0, values beyond the int
-// range give its nearest end.
-int truncatedToInt(double value);
+// range give its nearest end. With `text`, the text the number was read from, an audited read
+// is told of those two (xmlAudit_p.h).
+int truncatedToInt(double value, const XmlValue *text = nullptr);
 
 // ---- Text forms ----------------------------------------------------------------------------
 // parse() gives a member's value from the text in the file, text() the text written for it.
@@ -67,7 +69,7 @@ struct UInt64 : Number { static quint64 parse(const XmlValue &v) { return v.toUI
 template <class Real, Real (XmlValue::*toReal)() const>
 struct TruncatedReal : Number
 {
-    static int parse(const XmlValue &v) { return truncatedToInt((v.*toReal)()); }
+    static int parse(const XmlValue &v) { return truncatedToInt((v.*toReal)(), &v); }
 };
 using Truncated = TruncatedReal<double, &XmlValue::toDouble>;
 using TruncatedFloat = TruncatedReal<float, &XmlValue::toFloat>;
@@ -94,6 +96,8 @@ struct Color : Form
     {
         QColor color;
         color.setNamedColor(v.toString());
+        if (!color.isValid())
+            XmlAudit::coerced(PageFinding_t::InvalidColor, v.toString(), XmlAudit::Color);
         return color;
     }
     static QString text(const QColor &value) { return value.name(); }

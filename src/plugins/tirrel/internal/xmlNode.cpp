@@ -1,5 +1,7 @@
 #include "xmlNode_p.h"
 
+#include "xmlAudit_p.h"
+
 #include <limits>
 
 namespace {
@@ -22,6 +24,26 @@ bool plainInteger(const Char *p, int n, int maxDigits, qint64 *value)
     }
     *value = negative ? -v : v;
     return true;
+}
+
+// QString's conversion of text, telling an audit when it fails (xmlAudit_p.h).
+template <class V>
+V converted(const QString &text, V (QString::*convert)(bool *, int) const, XmlAudit::Type type)
+{
+    bool ok;
+    const V v = (text.*convert)(&ok, 10);
+    if (!ok)
+        XmlAudit::conversionFailed(text, type);
+    return v;
+}
+template <class V>
+V converted(const QString &text, V (QString::*convert)(bool *) const, XmlAudit::Type type)
+{
+    bool ok;
+    const V v = (text.*convert)(&ok);
+    if (!ok)
+        XmlAudit::conversionFailed(text, type);
+    return v;
 }
 
 } // namespace
@@ -84,12 +106,12 @@ int XmlValue::toInt() const
         if (plainInteger(reinterpret_cast<const uchar *>(m_utf8), m_size, 10, &v)
                 && v >= std::numeric_limits<int>::min() && v <= std::numeric_limits<int>::max())
             return int(v);
-        return fromUtf8(m_utf8, m_size).toInt();
+        return converted(fromUtf8(m_utf8, m_size), &QString::toInt, XmlAudit::Int);
     }
     if (plainInteger(m_string.utf16(), m_string.size(), 10, &v)
             && v >= std::numeric_limits<int>::min() && v <= std::numeric_limits<int>::max())
         return int(v);
-    return m_string.toInt();
+    return converted(m_string, &QString::toInt, XmlAudit::Int);
 }
 
 uint XmlValue::toUInt() const
@@ -100,7 +122,7 @@ uint XmlValue::toUInt() const
             : plainInteger(m_string.utf16(), m_string.size(), 10, &v);
     if (plain && v >= 0 && v <= std::numeric_limits<uint>::max())
         return uint(v);
-    return toString().toUInt();
+    return converted(toString(), &QString::toUInt, XmlAudit::UInt);
 }
 
 qint64 XmlValue::toInt64() const
@@ -109,7 +131,7 @@ qint64 XmlValue::toInt64() const
     const bool plain = m_kind == Utf8
             ? plainInteger(reinterpret_cast<const uchar *>(m_utf8), m_size, 18, &v)
             : plainInteger(m_string.utf16(), m_string.size(), 18, &v);
-    return plain ? v : toString().toLongLong();
+    return plain ? v : converted(toString(), &QString::toLongLong, XmlAudit::Int64);
 }
 
 quint64 XmlValue::toUInt64() const
@@ -118,7 +140,8 @@ quint64 XmlValue::toUInt64() const
     const bool plain = m_kind == Utf8
             ? plainInteger(reinterpret_cast<const uchar *>(m_utf8), m_size, 18, &v)
             : plainInteger(m_string.utf16(), m_string.size(), 18, &v);
-    return plain && v >= 0 ? quint64(v) : toString().toULongLong();
+    return plain && v >= 0 ? quint64(v)
+                           : converted(toString(), &QString::toULongLong, XmlAudit::UInt64);
 }
 
 float XmlValue::toFloat() const
@@ -129,7 +152,7 @@ float XmlValue::toFloat() const
     const bool plain = m_kind == Utf8
             ? plainInteger(reinterpret_cast<const uchar *>(m_utf8), m_size, 9, &v)
             : plainInteger(m_string.utf16(), m_string.size(), 9, &v);
-    return plain && v != 0 ? float(v) : toString().toFloat();
+    return plain && v != 0 ? float(v) : converted(toString(), &QString::toFloat, XmlAudit::Float);
 }
 
 double XmlValue::toDouble() const
@@ -138,7 +161,8 @@ double XmlValue::toDouble() const
     const bool plain = m_kind == Utf8
             ? plainInteger(reinterpret_cast<const uchar *>(m_utf8), m_size, 15, &v)
             : plainInteger(m_string.utf16(), m_string.size(), 15, &v);
-    return plain && v != 0 ? double(v) : toString().toDouble();
+    return plain && v != 0 ? double(v)
+                           : converted(toString(), &QString::toDouble, XmlAudit::Double);
 }
 
 XmlValue DomNode::text() const

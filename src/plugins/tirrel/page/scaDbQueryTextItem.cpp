@@ -48,6 +48,7 @@ DbQueryTextItemLoadData_t *readDbQueryTextItem(const Node &item)
     static const FieldReader<R> reader(dbQueryTextTable());
     return readRecord(item, reader, DbQueryTextItemKind);
 }
+template DbQueryTextItemLoadData_t *readDbQueryTextItem(const AuditNode &);
 template DbQueryTextItemLoadData_t *readDbQueryTextItem(const DomNode &);
 
 DbQueryTextItemLoadData_t *ScaFileProcessor::dbqTextItemFromXML(QDomElement *item)

@@ -131,9 +131,9 @@ struct ItemTagSlot
 };
 using ItemTagSlots = QVector<ItemTagSlot>;
 
-// Each kind's table, reader (a template over the node type, instantiated for DomNode) and, for
-// the kinds that bind tags, the tags its record is bound to. Defined in the kind's own source
-// file.
+// Each kind's table, reader (a template over the node type, instantiated for DomNode and
+// AuditNode) and, for the kinds that bind tags, the tags its record is bound to. Defined in the
+// kind's own source file.
 const FieldTable<ScadaObjectLoadData_t> &scadaObjectTable();
 const FieldTable<TextItemLoadData_t> &textItemTable();
 const FieldTable<DbQueryTextItemLoadData_t> &dbQueryTextTable();
@@ -159,3 +159,6 @@ ItemTagSlots dbQueryTextTagSlots(const DbQueryTextItemLoadData_t &item);
 ItemTagSlots realTimeChartTagSlots(const RealTimeChartItemLoadData_t &item);
 ItemTagSlots gaugeTagSlots(const GaugeItemLoadData_t &item);
 ItemTagSlots scheduleTagSlots(const ScheduleItemLoadData_t &item);
+
+// The page reader over an audited document (pageAudit.cpp): the page loadFileData reads.
+ScaFileData *readAuditedPage(const AuditNode &root, const QString &fileName);

@@ -329,3 +329,10 @@ RecordFields fieldsOf(const ScaFileData::PageProperties &properties)
 {
     return collectFields(properties, propertyTable());
 }
+
+// ---- Audited reading -------------------------------------------------------------------------
+
+ScaFileData *readAuditedPage(const AuditNode &root, const QString &fileName)
+{
+    return readPage(root, fileName);
+}

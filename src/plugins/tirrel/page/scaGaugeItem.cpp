@@ -55,6 +55,7 @@ GaugeItemLoadData_t *readGaugeItem(const Node &item)
     static const FieldReader<R> reader(gaugeTable());
     return readRecord(item, reader, GaugeItemKind);
 }
+template GaugeItemLoadData_t *readGaugeItem(const AuditNode &);
 template GaugeItemLoadData_t *readGaugeItem(const DomNode &);
 
 GaugeItemLoadData_t *ScaFileProcessor::gaugeItemFromXML(QDomElement *item)

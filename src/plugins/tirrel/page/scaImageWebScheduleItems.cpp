@@ -76,6 +76,7 @@ ImageItemLoadData_t *readImageItem(const Node &item)
     static const FieldReader<ImageItemLoadData_t> reader(imageItemTable());
     return readRecord(item, reader, ImageItemKind);
 }
+template ImageItemLoadData_t *readImageItem(const AuditNode &);
 template ImageItemLoadData_t *readImageItem(const DomNode &);
 
 ImageItemLoadData_t *ScaFileProcessor::imageItemFromXML(QDomElement *item)
@@ -106,6 +107,7 @@ WebFrameItemLoadData_t *readWebFrameItem(const Node &item)
     static const FieldReader<WebFrameItemLoadData_t> reader(webFrameItemTable());
     return readRecord(item, reader, WebFrameItemKind);
 }
+template WebFrameItemLoadData_t *readWebFrameItem(const AuditNode &);
 template WebFrameItemLoadData_t *readWebFrameItem(const DomNode &);
 
 WebFrameItemLoadData_t *ScaFileProcessor::webFrameItemFromXML(QDomElement *item)
@@ -136,6 +138,7 @@ ScheduleItemLoadData_t *readScheduleItem(const Node &item)
         r->TagIDs.append(tag.text().toInt());
     return r;
 }
+template ScheduleItemLoadData_t *readScheduleItem(const AuditNode &);
 template ScheduleItemLoadData_t *readScheduleItem(const DomNode &);
 
 ScheduleItemLoadData_t *ScaFileProcessor::schItemFromXML(QDomElement *item)

@@ -124,4 +124,5 @@ const std::array<ItemKind<Node>, ItemKindCount> &itemKinds()
     return kinds;
 }
 
+template const std::array<ItemKind<AuditNode>, ItemKindCount> &itemKinds<AuditNode>();
 template const std::array<ItemKind<DomNode>, ItemKindCount> &itemKinds<DomNode>();

@@ -43,7 +43,8 @@ struct ItemKind
 
 constexpr int ItemKindCount = 9;
 
-// Every kind, in the order the page file writer emits them; instantiated for DomNode.
+// Every kind, in the order the page file writer emits them; instantiated for DomNode and, for
+// audited reading, AuditNode.
 template <class Node>
 const std::array<ItemKind<Node>, ItemKindCount> &itemKinds();
 

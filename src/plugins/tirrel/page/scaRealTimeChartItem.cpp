@@ -105,6 +105,7 @@ RealTimeChartItemLoadData_t *readRealTimeChartItem(const Node &item)
     qCDebug(tirrelPage) << r->ChartOrientation;
     return r;
 }
+template RealTimeChartItemLoadData_t *readRealTimeChartItem(const AuditNode &);
 template RealTimeChartItemLoadData_t *readRealTimeChartItem(const DomNode &);
 
 RealTimeChartItemLoadData_t *ScaFileProcessor::rtchartItemFromXML(QDomElement *item)

@@ -156,6 +156,7 @@ ScadaObjectLoadData_t *readScadaObject(const Node &item)
     readIndexOrder(reader.read(item, *r)[reader.indexOf(componentUid)], r);
     return r;
 }
+template ScadaObjectLoadData_t *readScadaObject(const AuditNode &);
 template ScadaObjectLoadData_t *readScadaObject(const DomNode &);
 
 ScadaObjectLoadData_t *ScaFileProcessor::scadaObjectFromXML(QDomElement *item)

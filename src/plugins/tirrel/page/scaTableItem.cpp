@@ -72,7 +72,7 @@ void readTableCell(TableCell *cell, const QJsonObject &object)
     cell->cellText = object.value(TextKey).toString();
     const QString font = object.value(FontKey).toString();
     cell->cellFont.fromString(font.isEmpty() ? DefaultFontDescription : font);
-    cell->cellTextColor.setNamedColor(object.value(ColorKey).toString());
+    cell->cellTextColor = Fields::Color::parse(XmlValue(object.value(ColorKey).toString()));
     for (const auto &member : intMembers)
         cell->*member.field = XmlValue(object.value(member.key).toString()).toInt();
 }
@@ -226,6 +226,7 @@ TableItemLoadData_t *readTableItem(const Node &item)
     readRows(data, &r->rows);
     return r;
 }
+template TableItemLoadData_t *readTableItem(const AuditNode &);
 template TableItemLoadData_t *readTableItem(const DomNode &);
 
 TableItemLoadData_t *ScaFileProcessor::tableItemFromXML(QDomElement *item)

@@ -121,6 +121,7 @@ TextItemLoadData_t *readTextItem(const Node &item)
     }
     return r;
 }
+template TextItemLoadData_t *readTextItem(const AuditNode &);
 template TextItemLoadData_t *readTextItem(const DomNode &);
 
 TextItemLoadData_t *ScaFileProcessor::textItemFromXML(QDomElement *item)
