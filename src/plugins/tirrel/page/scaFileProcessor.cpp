@@ -329,3 +329,11 @@ RecordFields fieldsOf(const ScaFileData::PageProperties &properties)
 {
     return collectFields(properties, propertyTable());
 }
+
+QVector<PageItemFields> itemFieldsOf(const ScaFileData &page)
+{
+    QVector<PageItemFields> items;
+    for (const auto &kind : pageItemKinds())
+        items.append({kind.itemType, kind.fields(page)});
+    return items;
+}
