@@ -115,6 +115,8 @@ void tst_Diff::changes_data()
     const QString flow = "<Tag><Name>Flow</Name><Id>102</Id><PollFrequency>1000</PollFrequency>";
     QTest::newRow("tag changed") << "defs.xml" << flow << QString(flow).replace("1000", "500")
         << QStringList{"~ tag 102 \"Flow\"", "    PollFrequency: 1000 -> 500"};
+    QTest::newRow("8-bit field") << "defs.xml" << flow << flow + "<TagType>-56</TagType>"
+        << QStringList{"~ tag 102 \"Flow\"", "    TagType: 0 -> -56"};
     QTest::newRow("tag added") << "defs.xml" << "</TagList>"
                                << "<Tag><Name>Spare</Name><Id>103</Id></Tag></TagList>"
         << QStringList{"+ tag 103 \"Spare\""};
@@ -221,6 +223,10 @@ void tst_Diff::errors_data()
     QTest::newRow("missing") << QStringList{page, Data + "none.xml"} << "cannot be read";
     QTest::newRow("not a page") << QStringList{page, Data + "../csv/tags.csv"}
                                 << "is not XML, so not a page file";
+    const QString copy = m_tmp.filePath("compared.xml");    // kept if the check fails
+    QVERIFY(writeAll(copy, readAll(page)));
+    QTest::newRow("picture over an input") << QStringList{page, copy, "--render", copy}
+                                           << "--render would write over";
     QTest::newRow("picture of definitions") << QStringList{defs, defs, "--render", "x.png"}
                                             << "--render draws pages";
 }

@@ -554,6 +554,11 @@ int runDiff(const QStringList &args)
         return usage(QStringLiteral("%1 is a folder and %2 is not: compare two files or two "
                                     "folders").arg(quoted(oldDir ? oldPath : newPath),
                                                    quoted(oldDir ? newPath : oldPath)));
+    const QFileInfo picture(options.render);
+    if (!options.render.isEmpty() && picture.exists()
+            && (picture == QFileInfo(oldPath) || picture == QFileInfo(newPath)))
+        return usage(QStringLiteral("--render would write over ") + quoted(options.render)
+                     + QStringLiteral(", which is compared"));
     return oldDir ? diffFolders(oldPath, newPath, options)
                   : diffFiles(oldPath, newPath, options);
 }

@@ -255,6 +255,19 @@ QString valueText(const QVariant &value)
         return QStringLiteral("null");
     case QMetaType::Bool:
         return value.toBool() ? QStringLiteral("true") : QStringLiteral("false");
+    case QMetaType::Char:       // the 8-bit members, numbers like the others
+    case QMetaType::SChar:
+    case QMetaType::Short:
+    case QMetaType::Int:
+    case QMetaType::Long:
+    case QMetaType::LongLong:
+        return QString::number(value.toLongLong());
+    case QMetaType::UChar:
+    case QMetaType::UShort:
+    case QMetaType::UInt:
+    case QMetaType::ULong:
+    case QMetaType::ULongLong:
+        return QString::number(value.toULongLong());
     case QMetaType::Float:
         return floatText(value.toFloat());
     case QMetaType::Double:
