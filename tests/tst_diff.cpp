@@ -7,8 +7,11 @@
 #include <QJsonDocument>
 #include <QJsonObject>
 #include <QProcess>
+#include <QScopeGuard>
 #include <QTemporaryDir>
 #include <QtTest>
+
+#include <cstdio>
 
 namespace {
 
@@ -164,10 +167,24 @@ void tst_Diff::folders()
             && writeAll(newDir + "/defs.xml", readAll(Data + "page-compact.xml"))
             && writeAll(newDir + "/logo.png", "\x89PNG new"));
 
+    // A name that is not valid UTF-8 is compared by its bytes.
+    const auto removeOdd = qScopeGuard([&] {   // QTemporaryDir cannot remove that name
+        for (const QString &dir : {oldDir, newDir})
+            std::remove(QFile::encodeName(dir) + "/odd\xff.xml");
+    });
+    for (const QString &dir : {oldDir, newDir}) {
+        std::FILE *f = std::fopen(QFile::encodeName(dir) + "/odd\xff.xml", "wb");
+        const QByteArray bytes = dir == oldDir ? page : edited("page.xml", ">Pumps<", ">Odd<");
+        QVERIFY(f && std::fwrite(bytes.constData(), 1, bytes.size(), f) == size_t(bytes.size()));
+        std::fclose(f);
+    }
+
     const Result text = diff({oldDir, newDir});
     EXPECT_EXIT(text, 1);
     QCOMPARE(text.out.split('\n', Qt::SkipEmptyParts),
              (QStringList{"- defs.xml (definition file)", "+ defs.xml (page file)",
+                          "~ \"odd\\xff.xml\" (page file)", "    ~ page properties",
+                          "        pageName: \"Pumps\" -> \"Odd\"",
                           "~ pages/a.xml (page file)", "    ~ page properties",
                           "        pageName: \"Pumps\" -> \"Pump house\"",
                           "- pages/b.xml (page file)", "+ pages/c.xml (page file)"}));
@@ -179,8 +196,8 @@ void tst_Diff::folders()
     QCOMPARE(o.value("equal"), QJsonValue(false));
     QCOMPARE(o.value("complete"), QJsonValue(true));
     const QJsonArray files = o.value("files").toArray();
-    QCOMPARE(files.size(), 5);
-    const QJsonObject a = files.at(2).toObject();
+    QCOMPARE(files.size(), 6);
+    const QJsonObject a = files.at(3).toObject();
     QCOMPARE(a.value("path").toString(), QStringLiteral("pages/a.xml"));
     QCOMPARE(a.value("change").toString(), QStringLiteral("changed"));
     QCOMPARE(a.value("picture").toString(), pictures + "/pages/a.png");
@@ -188,7 +205,7 @@ void tst_Diff::folders()
     QCOMPARE(change.value("record").toString(), QStringLiteral("pageProperties"));
     QCOMPARE(change.value("fields").toArray().at(0).toObject(),
              (QJsonObject{{"field", "pageName"}, {"old", "Pumps"}, {"new", "Pump house"}}));
-    QCOMPARE(files.at(3).toObject().value("change").toString(), QStringLiteral("removed"));
+    QCOMPARE(files.at(4).toObject().value("change").toString(), QStringLiteral("removed"));
     QCOMPARE(QDir(pictures + "/pages").entryList(QDir::Files),
              (QStringList{"a.png", "c.png"}));
 }

@@ -6,17 +6,21 @@
 #include <pageRenderer.h>
 
 #include <QDir>
-#include <QDirIterator>
 #include <QFile>
 #include <QFileInfo>
 #include <QHash>
 #include <QImage>
 #include <QJsonArray>
 #include <QJsonObject>
+#include <QSet>
 #include <QPainter>
 
 #include <algorithm>
+#include <cerrno>
 #include <cmath>
+
+#include <dirent.h>
+#include <sys/stat.h>
 
 using namespace cli;
 using namespace recorddiff;
@@ -282,12 +286,13 @@ struct Loaded
     ProjectFileInfo_t::Kind kind() const { return info.kind; }
 };
 
-// Reads the file and loads it when it is a page or definition file. False with *why set ("<why>",
-// to follow the file's name) when it cannot be read or loaded, or is not well-formed XML.
-bool load(const QString &path, Loaded *loaded, QString *why)
+// Reads the file at `native` and loads it when it is a page or definition file (`path` becomes
+// a page's fileName). False with *why set ("<why>", to follow the file's name) when it cannot be
+// read or loaded, or is not well-formed XML.
+bool load(const QByteArray &native, const QString &path, Loaded *loaded, QString *why)
 {
     InputFile file;
-    const bool read = readInput(QFile::encodeName(path), &file, why);
+    const bool read = readInput(native, &file, why);
     loaded->info = file.info;
     if (!read)
         return false;
@@ -314,7 +319,7 @@ bool loadPair(const QString &oldPath, const QString &newPath, Loaded *a, Loaded 
 {
     QString why;
     for (const auto &side : {qMakePair(&oldPath, a), qMakePair(&newPath, b)}) {
-        if (!load(*side.first, side.second, &why)) {
+        if (!load(QFile::encodeName(*side.first), *side.first, side.second, &why)) {
             reportError(DiffCommand, quoted(*side.first) + QLatin1Char(' ') + why);
             return false;
         }
@@ -373,22 +378,42 @@ int diffFiles(const QString &oldPath, const QString &newPath, const Options &opt
 
 // ---- Folders -----------------------------------------------------------------------------------
 
-// The files under a folder, by their path within it, sorted: no hidden files or folders (a save's
-// temporary files among them), no links to folders, no pipes or devices.
-QStringList filesUnder(const QString &folder)
+// Appends the files under root/within by their path within root, with the names' own bytes, so
+// that a name that is not valid UTF-8 is compared like any other: no hidden files or folders (a
+// save's temporary files among them), no links to folders, no pipes or devices. False after
+// reporting a folder that cannot be read.
+bool listFiles(const QByteArray &root, const QByteArray &within, QList<QByteArray> *files)
 {
-    QStringList files;
-    const QDir root(QFileInfo(folder).absoluteFilePath());
-    QDirIterator it(root.path(), QDir::Files, QDirIterator::Subdirectories);
-    while (it.hasNext())
-        files << root.relativeFilePath(it.next());
-    std::sort(files.begin(), files.end());
-    return files;
+    const QByteArray folder = within.isEmpty() ? root : root + '/' + within;
+    DIR *dir = ::opendir(folder.constData());
+    if (!dir) {
+        const int error = errno;
+        reportError(DiffCommand, quoted(nameText(folder)) + QStringLiteral(" cannot be read: ")
+                                     + qt_error_string(error));
+        return false;
+    }
+    QList<QByteArray> names;
+    while (const dirent *e = ::readdir(dir)) {
+        if (e->d_name[0] != '.')
+            names << QByteArray(e->d_name);
+    }
+    ::closedir(dir);
+    bool complete = true;
+    for (const QByteArray &name : qAsConst(names)) {
+        const QByteArray path = within.isEmpty() ? name : within + '/' + name;
+        const QByteArray native = root + '/' + path;
+        struct stat st;
+        if (::lstat(native.constData(), &st) == 0 && S_ISDIR(st.st_mode))
+            complete = listFiles(root, path, files) && complete;
+        else if (::stat(native.constData(), &st) == 0 && S_ISREG(st.st_mode))
+            files->append(path);
+    }
+    return complete;
 }
 
 struct FileChange
 {
-    QString path;       // within the folders
+    QString path;       // within the folders, as text (nameText)
     ProjectFileInfo_t::Kind kind;
     RecordChange::Change change;
     QVector<RecordChange> changes;
@@ -397,23 +422,31 @@ struct FileChange
 
 int diffFolders(const QString &oldDir, const QString &newDir, const Options &options)
 {
-    const QStringList oldFiles = filesUnder(oldDir);
-    const QStringList newFiles = filesUnder(newDir);
-    QStringList paths = oldFiles + newFiles;
+    const QByteArray oldRoot = QFile::encodeName(oldDir);
+    const QByteArray newRoot = QFile::encodeName(newDir);
+    QList<QByteArray> paths;
+    bool complete = listFiles(oldRoot, QByteArray(), &paths);
+    const int oldCount = paths.size();
+    complete = listFiles(newRoot, QByteArray(), &paths) && complete;
+    const QSet<QByteArray> inOld(paths.cbegin(), paths.cbegin() + oldCount);
+    const QSet<QByteArray> inNew(paths.cbegin() + oldCount, paths.cend());
     std::sort(paths.begin(), paths.end());
     paths.erase(std::unique(paths.begin(), paths.end()), paths.end());
 
-    bool complete = true;
     QVector<FileChange> files;
     Progress progress(QStringLiteral("comparing"), paths.size());
-    for (const QString &path : paths) {
+    for (const QByteArray &native : qAsConst(paths)) {
+        const QString path = nameText(native);
         progress.step(path);
         Loaded a, b;
         bool usable = true;
         for (const auto &side : {qMakePair(&oldDir, &a), qMakePair(&newDir, &b)}) {
+            const bool isOld = side.first == &oldDir;
+            if (!(isOld ? inOld : inNew).contains(native))
+                continue;
             const QString file = QDir(*side.first).filePath(path);
             QString why;
-            if (QFileInfo::exists(file) && !load(file, side.second, &why)) {
+            if (!load((isOld ? oldRoot : newRoot) + '/' + native, file, side.second, &why)) {
                 progress.done();
                 reportError(DiffCommand, quoted(file) + QLatin1Char(' ') + why);
                 usable = false;
