@@ -233,8 +233,8 @@ void tst_Cli::help_data()
     QTest::newRow("tirrel") << QStringList{"--help"}
                             << "Usage: tirrel [--verbose] <command> [options] [arguments]"
                             << QStringList{"page show", "page normalize", "page render",
-                                           "defs show", "defs import-csv", "check", "plugin",
-                                           "library show"};
+                                           "defs show", "defs import-csv", "check", "diff",
+                                           "plugin", "library show"};
     QTest::newRow("page") << QStringList{"page", "--help"}
                           << "Usage: tirrel page <command> [options] [arguments]"
                           << QStringList{"page show", "page normalize", "page render"};

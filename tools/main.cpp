@@ -7,6 +7,7 @@
 using namespace cli;
 
 int runPageRender(const QStringList &args);    // renderCommand.cpp
+int runDiff(const QStringList &args);          // diffCommand.cpp
 
 namespace {
 
@@ -41,6 +42,8 @@ const Command commands[] = {
     {"defs", "show", "Show the channels, tags and alarms of a definition file", runDefsShow},
     {"defs", "import-csv", "Turn CSV tag lists into a definition file", runDefsImportCsv},
     {"check", nullptr, "Check the integrity of a project folder", runCheck},
+    {"diff", nullptr, "Show what changed between two pages, definition files or folders",
+     runDiff},
     {"plugin", nullptr, "Load a built plug-in as the host does and show its metadata", runPlugin},
     {"library", "show", "Show the object library catalogue as the library finds it",
      runLibraryShow},

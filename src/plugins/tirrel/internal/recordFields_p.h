@@ -42,6 +42,15 @@ TIRREL_AUTOTEST_EXPORT RecordFields fieldsOf(const ScheduleItemLoadData_t &item)
 // The page's layers and its properties with their scroll tags.
 TIRREL_AUTOTEST_EXPORT RecordFields fieldsOf(const LayerInfo &layer);
 TIRREL_AUTOTEST_EXPORT RecordFields fieldsOf(const ScaFileData::PageProperties &properties);
+// The items of a page: one entry per item kind, in the order the page file writes the kinds,
+// with the kind's "ItemType" text and the fields of each record of the page's list of that kind,
+// in list order (a null record has none).
+struct PageItemFields
+{
+    QString itemType;
+    QVector<RecordFields> records;
+};
+TIRREL_AUTOTEST_EXPORT QVector<PageItemFields> itemFieldsOf(const ScaFileData &page);
 
 // Definition records
 TIRREL_AUTOTEST_EXPORT RecordFields fieldsOf(const pKanalDef_t &channel);

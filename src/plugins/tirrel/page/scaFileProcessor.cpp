@@ -330,6 +330,14 @@ RecordFields fieldsOf(const ScaFileData::PageProperties &properties)
     return collectFields(properties, propertyTable());
 }
 
+QVector<PageItemFields> itemFieldsOf(const ScaFileData &page)
+{
+    QVector<PageItemFields> items;
+    for (const auto &kind : pageItemKinds())
+        items.append({kind.itemType, kind.fields(page)});
+    return items;
+}
+
 // ---- Audited reading -------------------------------------------------------------------------
 
 ScaFileData *readAuditedPage(const AuditNode &root, const QString &fileName)

@@ -82,9 +82,18 @@ constexpr ItemKind<Node> makeItemKind(QLatin1String itemType)
                 }
             }
         }
+        static QVector<RecordFields> fields(const ScaFileData &page)
+        {
+            QVector<RecordFields> all;
+            all.reserve((page.*List).size());
+            for (const Record *record : page.*List)
+                all.append(record ? fieldsOf(*record) : RecordFields());
+            return all;
+        }
     };
     return {itemType, &Ops::read, &Ops::write, &Ops::copy, &Ops::deleteAll, &Ops::count,
-            std::is_null_pointer_v<decltype(TagSlots)> ? nullptr : &Ops::tagBindings};
+            std::is_null_pointer_v<decltype(TagSlots)> ? nullptr : &Ops::tagBindings,
+            &Ops::fields};
 }
 
 // QLatin1String(const char *) counts with strlen, which is not a constant expression everywhere.

@@ -3,11 +3,13 @@
 // The kinds of page items, in one table (scaItemKinds.cpp): each entry ties the "ItemType" text
 // to the kind's reader, field table (which writes it), copy function, tag slots and the page's
 // list of that kind. The page reader dispatches through it, the writer emits the kinds in its
-// order, ScaFileData::clone, deleteAllItems, itemCounts and tagBindings go through it.
+// order, ScaFileData::clone, deleteAllItems, itemCounts and tagBindings go through it, and so
+// does the items' field listing (itemFieldsOf).
 //
 // Adding a kind: its record, page list and copy function in scaFileData.h, its field table and
 // reader in a source file of its own (declared in scaFileFormat_p.h), one entry here.
 
+#include "recordFields_p.h"
 #include "scaFileData.h"
 #include "xmlNode_p.h"
 
@@ -39,6 +41,9 @@ struct ItemKind
     // Appends the tag bindings of the page's records of the kind; null for kinds without tags.
     void (*tagBindings)(const ScaFileData &page, QLatin1String itemType,
                         QList<TagBinding_t> *bindings);
+    // The fields of each record of the page's list of the kind (fieldsOf), in list order; a
+    // null record has none.
+    QVector<RecordFields> (*fields)(const ScaFileData &page);
 };
 
 constexpr int ItemKindCount = 9;
