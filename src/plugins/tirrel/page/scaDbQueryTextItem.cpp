@@ -49,6 +49,7 @@ DbQueryTextItemLoadData_t *readDbQueryTextItem(const Node &item)
     return readRecord(item, reader, DbQueryTextItemKind);
 }
 template DbQueryTextItemLoadData_t *readDbQueryTextItem(const DomNode &);
+template DbQueryTextItemLoadData_t *readDbQueryTextItem(const TreeNode &);
 
 DbQueryTextItemLoadData_t *ScaFileProcessor::dbqTextItemFromXML(QDomElement *item)
 {

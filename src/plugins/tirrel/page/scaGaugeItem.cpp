@@ -56,6 +56,7 @@ GaugeItemLoadData_t *readGaugeItem(const Node &item)
     return readRecord(item, reader, GaugeItemKind);
 }
 template GaugeItemLoadData_t *readGaugeItem(const DomNode &);
+template GaugeItemLoadData_t *readGaugeItem(const TreeNode &);
 
 GaugeItemLoadData_t *ScaFileProcessor::gaugeItemFromXML(QDomElement *item)
 {

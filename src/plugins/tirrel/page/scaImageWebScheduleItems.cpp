@@ -77,6 +77,7 @@ ImageItemLoadData_t *readImageItem(const Node &item)
     return readRecord(item, reader, ImageItemKind);
 }
 template ImageItemLoadData_t *readImageItem(const DomNode &);
+template ImageItemLoadData_t *readImageItem(const TreeNode &);
 
 ImageItemLoadData_t *ScaFileProcessor::imageItemFromXML(QDomElement *item)
 {
@@ -107,6 +108,7 @@ WebFrameItemLoadData_t *readWebFrameItem(const Node &item)
     return readRecord(item, reader, WebFrameItemKind);
 }
 template WebFrameItemLoadData_t *readWebFrameItem(const DomNode &);
+template WebFrameItemLoadData_t *readWebFrameItem(const TreeNode &);
 
 WebFrameItemLoadData_t *ScaFileProcessor::webFrameItemFromXML(QDomElement *item)
 {
@@ -137,6 +139,7 @@ ScheduleItemLoadData_t *readScheduleItem(const Node &item)
     return r;
 }
 template ScheduleItemLoadData_t *readScheduleItem(const DomNode &);
+template ScheduleItemLoadData_t *readScheduleItem(const TreeNode &);
 
 ScheduleItemLoadData_t *ScaFileProcessor::schItemFromXML(QDomElement *item)
 {

@@ -125,3 +125,4 @@ const std::array<ItemKind<Node>, ItemKindCount> &itemKinds()
 }
 
 template const std::array<ItemKind<DomNode>, ItemKindCount> &itemKinds<DomNode>();
+template const std::array<ItemKind<TreeNode>, ItemKindCount> &itemKinds<TreeNode>();

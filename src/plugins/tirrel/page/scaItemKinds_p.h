@@ -10,6 +10,7 @@
 
 #include "scaFileData.h"
 #include "xmlNode_p.h"
+#include "xmlTree_p.h"
 
 #include <QLatin1String>
 
@@ -43,7 +44,7 @@ struct ItemKind
 
 constexpr int ItemKindCount = 9;
 
-// Every kind, in the order the page file writer emits them; instantiated for DomNode.
+// Every kind, in the order the page file writer emits them; instantiated for both node types.
 template <class Node>
 const std::array<ItemKind<Node>, ItemKindCount> &itemKinds();
 

@@ -106,6 +106,7 @@ RealTimeChartItemLoadData_t *readRealTimeChartItem(const Node &item)
     return r;
 }
 template RealTimeChartItemLoadData_t *readRealTimeChartItem(const DomNode &);
+template RealTimeChartItemLoadData_t *readRealTimeChartItem(const TreeNode &);
 
 RealTimeChartItemLoadData_t *ScaFileProcessor::rtchartItemFromXML(QDomElement *item)
 {

@@ -157,6 +157,7 @@ ScadaObjectLoadData_t *readScadaObject(const Node &item)
     return r;
 }
 template ScadaObjectLoadData_t *readScadaObject(const DomNode &);
+template ScadaObjectLoadData_t *readScadaObject(const TreeNode &);
 
 ScadaObjectLoadData_t *ScaFileProcessor::scadaObjectFromXML(QDomElement *item)
 {

@@ -227,6 +227,7 @@ TableItemLoadData_t *readTableItem(const Node &item)
     return r;
 }
 template TableItemLoadData_t *readTableItem(const DomNode &);
+template TableItemLoadData_t *readTableItem(const TreeNode &);
 
 TableItemLoadData_t *ScaFileProcessor::tableItemFromXML(QDomElement *item)
 {
