@@ -1,6 +1,8 @@
-// The page reader on arbitrary bytes. What it reads is saved and read again: from the second
-// save on, saving what was read back must give the bytes of the save before.
+// The page reader on arbitrary bytes, through both of its paths (the XML tree and the DOM
+// alone), which must give the same page or both none. What it reads is saved and read again:
+// from the second save on, saving what was read back must give the bytes of the save before.
 #include "fuzzSupport.h"
+#include "pageDump.h"
 
 #include <scaFileProcessor.h>
 
@@ -43,8 +45,14 @@ extern "C" int LLVMFuzzerInitialize(int *, char ***)
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
 {
     const QString &path = fuzz::scratchFile("page.xml");
-    ScaFileData *page = ScaFileProcessor::loadFileData(
-            QByteArray(reinterpret_cast<const char *>(data), int(size)), path);
+    const QByteArray bytes(reinterpret_cast<const char *>(data), int(size));
+    fuzz::readWithBothPaths(bytes, [&path](const QByteArray &b) {
+        ScaFileData *page = ScaFileProcessor::loadFileData(b, path);
+        const QStringList dump = page ? pagedump::dump(*page) : QStringList(QStringLiteral("null"));
+        pagedump::deletePage(page);
+        return dump;
+    });
+    ScaFileData *page = ScaFileProcessor::loadFileData(bytes, path);
     if (!page)
         return 0;
     const QByteArray save1 = saveAndDestroy(page, path);
