@@ -1,7 +1,6 @@
 // tirrel check: the integrity check of a project folder.
 #include "cliSupport.h"
 
-#include <projectDataTree.h>
 #include <scaFileProcessor.h>
 
 #include <QDir>
@@ -136,6 +135,32 @@ QString quote(const QString &text)
     return QLatin1Char('"') + text + QLatin1Char('"');
 }
 
+// What the checks need of a page: its tag bindings, its SCADA objects' Uids (with the objects
+// named for a report), its id and name. Taken on the thread that read the page, which then
+// deletes it.
+struct PageSummary
+{
+    QList<TagBinding_t> bindings;
+    QVector<QPair<int, QString>> objects;
+    int pageId = NoPageId;
+    QString pageName;
+};
+
+PageSummary summarise(const ScaFileData &page)
+{
+    PageSummary summary;
+    summary.bindings = page.tagBindings();
+    summary.objects.reserve(page.scadaObjects.size());
+    for (int i = 0; i < page.scadaObjects.size(); ++i) {
+        const ScadaObjectLoadData_t *o = page.scadaObjects.at(i);
+        summary.objects.append({o->Uid, describeItem(QStringLiteral("ScadaObject"), i,
+                                                     o->base->Name, -1)});
+    }
+    summary.pageId = page.pageProperties.pageID;
+    summary.pageName = page.pageProperties.pageName;
+    return summary;
+}
+
 // What checking one file gave, gathered apart from the other files' so that files can be read on
 // several threads at once and their results taken in the order of the files.
 struct FileResult
@@ -143,7 +168,8 @@ struct FileResult
     QList<Finding> findings;
     QList<NotChecked> notChecked;
     bool incomplete = false;
-    PagePtr page;
+    bool isPage = false;
+    PageSummary page;
     TreePtr tree;
 
     void add(Finding f) { findings.append(std::move(f)); }
@@ -159,7 +185,6 @@ class ProjectCheck
 {
 public:
     explicit ProjectCheck(const QString &root) : m_root(QFile::encodeName(root)) {}
-    ~ProjectCheck() { m_pages.selfDestruct(); }
 
     // Reads every file with `jobs` threads (1: on this thread alone); the result does not
     // depend on it.
@@ -183,7 +208,7 @@ private:
         m_notChecked.append({file, reason, true});
         m_incomplete = true;
     }
-    bool noProjectFiles() const { return m_pages.pages.isEmpty() && m_definitions.empty(); }
+    bool noProjectFiles() const { return m_pages.isEmpty() && m_definitions.empty(); }
     QSet<int> definedTagIds() const;
 
     QByteArray m_root;
@@ -192,7 +217,7 @@ private:
     QList<NotChecked> m_notChecked;
     QStringList m_notes;
     bool m_incomplete = false;
-    ProjectDataTree m_pages;            // keyed by the path relative to the project folder
+    QMap<QString, PageSummary> m_pages; // by the path relative to the project folder
     std::vector<DefinitionFile> m_definitions;
 };
 
@@ -320,9 +345,12 @@ FileResult ProjectCheck::scanFile(const Entry &entry)
                                       .arg(input.info.rootElement)});
         break;
     case ProjectFileInfo_t::PageFile:
-        r.page = loadPage(&input, rel, &why);
-        if (!r.page)
+        if (const PagePtr page = loadPage(&input, rel, &why)) {
+            r.isPage = true;
+            r.page = summarise(*page);
+        } else {
             malformed(input.info);
+        }
         break;
     case ProjectFileInfo_t::DefinitionFile:
         r.tree = loadDefinitions(&input, &why);
@@ -338,8 +366,8 @@ void ProjectCheck::take(const Entry &entry, FileResult &result)
     m_findings += result.findings;
     m_notChecked += result.notChecked;
     m_incomplete = m_incomplete || result.incomplete;
-    if (result.page)
-        m_pages.pages.insert(entry.shown, result.page.release());
+    if (result.isPage)
+        m_pages.insert(entry.shown, std::move(result.page));
     if (result.tree)
         m_definitions.push_back({entry.shown, std::move(result.tree)});
 }
@@ -507,19 +535,17 @@ void ProjectCheck::checkDefinitions()
 
 void ProjectCheck::checkPages()
 {
-    QStringList keys = m_pages.pages.keys();
-    std::sort(keys.begin(), keys.end());
-
     const QSet<int> tagIds = definedTagIds();
-    if (m_definitions.empty() && !keys.isEmpty())
+    if (m_definitions.empty() && !m_pages.isEmpty())
         m_notes << QStringLiteral("no definition file found, so tag bindings were not checked");
 
     Occurrences<int> uids;
     Occurrences<int> pageIds;
-    for (const QString &key : qAsConst(keys)) {
-        const ScaFileData *page = m_pages.getFiledataWithName(key);
+    for (auto it = m_pages.cbegin(); it != m_pages.cend(); ++it) {
+        const QString &key = it.key();
+        const PageSummary &page = it.value();
         if (!m_definitions.empty()) {
-            for (const TagBinding_t &b : page->tagBindings()) {
+            for (const TagBinding_t &b : page.bindings) {
                 if (tagIds.contains(b.tagId))
                     continue;
                 Finding f;
@@ -534,16 +560,10 @@ void ProjectCheck::checkPages()
                 add(f);
             }
         }
-        QSet<int> uidsOfPage;
-        for (int i = 0; i < page->scadaObjects.size(); ++i) {
-            const ScadaObjectLoadData_t *o = page->scadaObjects.at(i);
-            uids.add(o->Uid, {key, describeItem(QStringLiteral("ScadaObject"), i, o->base->Name,
-                                                -1)});
-        }
-        if (page->pageProperties.pageID != NoPageId) {
-            pageIds.add(page->pageProperties.pageID,
-                        {key, quote(page->pageProperties.pageName)});
-        }
+        for (const auto &object : page.objects)
+            uids.add(object.first, {key, object.second});
+        if (page.pageId != NoPageId)
+            pageIds.add(page.pageId, {key, quote(page.pageName)});
     }
     for (int uid : uids.keys()) {
         const QList<Occurrence> &o = uids.at(uid);
@@ -610,7 +630,7 @@ void ProjectCheck::printText(const QString &shownRoot) const
     summary += m_findings.isEmpty() ? QStringLiteral("no findings")
                                     : plural(m_findings.size(), "finding", "findings");
     summary += QStringLiteral(" (%1 and %2 checked")
-                   .arg(plural(m_pages.pages.size(), "page file", "page files"),
+                   .arg(plural(m_pages.size(), "page file", "page files"),
                         plural(int(m_definitions.size()), "definition file", "definition files"));
     if (!m_notChecked.isEmpty())
         summary += QStringLiteral("; %1 not checked")
@@ -650,8 +670,7 @@ QJsonObject ProjectCheck::json(const QString &shownRoot) const
             o.insert(QStringLiteral("incomplete"), true);
         notChecked.append(o);
     }
-    QStringList pages = m_pages.pages.keys();
-    std::sort(pages.begin(), pages.end());
+    const QStringList pages = m_pages.keys();
     QStringList definitions;
     for (const DefinitionFile &d : m_definitions)
         definitions << d.file;
