@@ -1,5 +1,7 @@
 #include "benchCommon.h"
 
+#include <xmlRead_p.h>
+
 #include <QDir>
 #include <QDomDocument>
 #include <QFile>
@@ -98,6 +100,16 @@ QString definitionFilePath(int tags)
             file.write(definitionFile(tags).bytes);
     }
     return path;
+}
+
+ForcedDomReader::ForcedDomReader(bool forced)
+    : m_before(setDomReaderForced(forced))
+{
+}
+
+ForcedDomReader::~ForcedDomReader()
+{
+    setDomReaderForced(m_before);
 }
 
 double domFloor(const QByteArray &bytes)

@@ -35,6 +35,20 @@ namespace Bench {
 // Items per page of the generated projects.
 constexpr int kProjectPageItems = 24;
 
+// Sends the library's loads to the DOM only while it lives, for the "_dom" variants of the
+// load benchmarks (the library's own setting, as TIRREL_XML_READER=dom sets it for a process).
+class ForcedDomReader
+{
+public:
+    explicit ForcedDomReader(bool forced);
+    ~ForcedDomReader();
+    ForcedDomReader(const ForcedDomReader &) = delete;
+    ForcedDomReader &operator=(const ForcedDomReader &) = delete;
+
+private:
+    bool m_before;
+};
+
 // Scratch folder of this run (removed at exit); files written by the benchmarks go there.
 QString scratchPath(const QString &name);
 

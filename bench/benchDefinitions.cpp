@@ -1,5 +1,6 @@
 // Channel, tag and alarm definitions: the definition file reader, both writers, the CSV import
-// and the watcher's reload, for 1,000 to 100,000 tags (with their channels and alarms).
+// and the watcher's reload, for 1,000 to 100,000 tags (with their channels and alarms). The
+// loads are measured as the library makes them and through the DOM only ("_dom").
 
 #include "benchCommon.h"
 
@@ -65,8 +66,10 @@ QByteArray readAll(const QString &path)
     return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
 }
 
-void definitionLoad(benchmark::State &state)
+// The load as the library makes it, or (dom) through the DOM only.
+void measureDefinitionLoad(benchmark::State &state, bool dom)
 {
+    const Bench::ForcedDomReader reader(dom);
     const int tags = int(state.range(0));
     const TirrelGen::Output &file = Bench::definitionFile(tags);
     if (!treeMatches(TgchFileProcessor::loadFileData(file.bytes), Bench::definitionData(tags))) {
@@ -80,6 +83,9 @@ void definitionLoad(benchmark::State &state)
         return t;
     }, [&] { return Bench::domFloor(file.bytes); }, file.bytes.size());
 }
+
+void definitionLoad(benchmark::State &state) { measureDefinitionLoad(state, false); }
+void definitionLoadDom(benchmark::State &state) { measureDefinitionLoad(state, true); }
 
 void definitionSave(benchmark::State &state)
 {
@@ -136,8 +142,10 @@ void csvImport(benchmark::State &state)
     }, bytes.size());
 }
 
-void watcherReload(benchmark::State &state)
+// The watcher's reload of the file on disk, against the DOM parse of its bytes.
+void measureWatcherReload(benchmark::State &state, bool dom)
 {
+    const Bench::ForcedDomReader reader(dom);
     const int tags = int(state.range(0));
     const QString path = Bench::definitionFilePath(tags);
     TagChFileWatcher watcher(path);
@@ -146,15 +154,21 @@ void watcherReload(benchmark::State &state)
         state.SkipWithError("the watcher did not load the generated definitions");
         return;
     }
-    Bench::single(state, [&] {
+    const QByteArray &bytes = Bench::definitionFile(tags).bytes;
+    Bench::paired(state, [&] {
         return Bench::timed([&] { watcher.setFile(path); });
-    }, Bench::definitionFile(tags).bytes.size());
+    }, [&] { return Bench::domFloor(bytes); }, bytes.size());
 }
+
+void watcherReload(benchmark::State &state) { measureWatcherReload(state, false); }
+void watcherReloadDom(benchmark::State &state) { measureWatcherReload(state, true); }
 
 } // namespace
 
 TIRREL_BENCHMARK(definitionLoad, "definition_load", TIRREL_BENCH_SIZES, benchmark::kMillisecond);
+TIRREL_BENCHMARK(definitionLoadDom, "definition_load_dom", TIRREL_BENCH_SIZES, benchmark::kMillisecond);
 TIRREL_BENCHMARK(definitionSave, "definition_save", TIRREL_BENCH_SIZES, benchmark::kMillisecond);
 TIRREL_BENCHMARK(definitionModelSave, "definition_model_save", TIRREL_BENCH_SIZES, benchmark::kMillisecond);
 TIRREL_BENCHMARK(csvImport, "csv_import", TIRREL_BENCH_SIZES, benchmark::kMillisecond);
 TIRREL_BENCHMARK(watcherReload, "watcher_reload", TIRREL_BENCH_SIZES, benchmark::kMillisecond);
+TIRREL_BENCHMARK(watcherReloadDom, "watcher_reload_dom", TIRREL_BENCH_SIZES, benchmark::kMillisecond);

@@ -1,16 +1,19 @@
 // The object library: creating the engine (reading a standard library of N objects and a user
-// library of N/10 objects, identifiers 0 .. 1.1 N - 1 all in use) and adding one user object to
-// it (a fresh identifier, two images copied, the user library file rewritten, the confirmation
-// box shown and closed at once).
+// library of N/10 objects, identifiers 0 .. 1.1 N - 1 all in use), against the DOM parse of the
+// same two files, also with every load through the DOM only (library_load_dom), and adding one
+// user object to it (a fresh identifier, two images copied, the user library file rewritten, the
+// confirmation box shown and closed at once).
 
 #include "benchEngine.h"
 
 #include "benchCommon.h"
 
+#include <fileAccess.h>
 #include <scadaEngine.h>
 
 #include <QApplication>
 #include <QDir>
+#include <QDomDocument>
 #include <QFileInfo>
 #include <QHash>
 #include <QFile>
@@ -94,7 +97,11 @@ struct ProbeResult
     int uid = -1;
 };
 
-ProbeResult runProbe(const EngineSetup &s, int adds)
+// adds: user objects to add after creating the engine, or FloorProbe for the DOM parse of the
+// two library files instead of the engine. dom: every load through the DOM only.
+const int FloorProbe = -1;
+
+ProbeResult runProbe(const EngineSetup &s, int adds, bool dom = false)
 {
     ProbeResult result;
     QDir(s.dir + QStringLiteral("/home")).removeRecursively();
@@ -104,6 +111,10 @@ ProbeResult runProbe(const EngineSetup &s, int adds)
     QProcessEnvironment env = QProcessEnvironment::systemEnvironment();
     env.insert(QStringLiteral("HOME"), s.dir + QStringLiteral("/home"));
     env.insert(QStringLiteral("QT_QPA_PLATFORM"), QStringLiteral("offscreen"));
+    if (dom)
+        env.insert(QStringLiteral("TIRREL_XML_READER"), QStringLiteral("dom"));
+    else
+        env.remove(QStringLiteral("TIRREL_XML_READER"));
     child.setProcessEnvironment(env);
     child.setWorkingDirectory(s.dir + QStringLiteral("/work"));
     child.setProcessChannelMode(QProcess::ForwardedErrorChannel);
@@ -116,7 +127,7 @@ ProbeResult runProbe(const EngineSetup &s, int adds)
     return result;
 }
 
-void engineBenchmark(benchmark::State &state, bool add)
+void libraryAddObject(benchmark::State &state)
 {
     const int objects = int(state.range(0));
     const EngineSetup &s = engineSetup(objects);
@@ -127,28 +138,81 @@ void engineBenchmark(benchmark::State &state, bool add)
     const int inUse = objects + objects / 10;
     bool failed = false;
     Bench::single(state, [&] {
-        const ProbeResult r = runProbe(s, add ? 1 : 0);
+        const ProbeResult r = runProbe(s, 1);
         // Every object read, and the new one given the smallest free identifier.
-        if (r.catalogue != inUse + (add ? 1 : 0) || (add && r.uid != inUse))
+        if (r.catalogue != inUse + 1 || r.uid != inUse)
             failed = true;
-        return add ? r.add : r.construct;
+        return r.add;
     }, 0, Bench::Runs{5, 5, 0});
     if (failed)
         state.SkipWithError("the engine did not read or add the objects as expected");
 }
 
-void libraryLoad(benchmark::State &state) { engineBenchmark(state, false); }
-void libraryAddObject(benchmark::State &state) { engineBenchmark(state, true); }
+// Creating the engine, each run paired with the DOM parse of its two files in a child of its own.
+void libraryLoadBenchmark(benchmark::State &state, bool dom)
+{
+    const int objects = int(state.range(0));
+    const EngineSetup &s = engineSetup(objects);
+    if (!s.ok) {
+        state.SkipWithError("could not set up the object library folders");
+        return;
+    }
+    const int inUse = objects + objects / 10;
+    bool failed = false;
+    Bench::paired(state, [&] {
+        const ProbeResult r = runProbe(s, 0, dom);
+        if (r.catalogue != inUse)
+            failed = true;
+        return r.construct;
+    }, [&] {
+        const ProbeResult r = runProbe(s, FloorProbe);
+        if (r.catalogue != 2)
+            failed = true;
+        return r.construct;
+    }, 0, Bench::Runs{5, 5, 0});
+    if (failed)
+        state.SkipWithError("the engine did not read the objects as expected");
+}
+
+void libraryLoad(benchmark::State &state) { libraryLoadBenchmark(state, false); }
+void libraryLoadDom(benchmark::State &state) { libraryLoadBenchmark(state, true); }
 
 } // namespace
 
-// argv: kEngineProbeArgument, adds, image folder. Prints the seconds of creating the engine,
-// the seconds of all adds, the catalogue's size and the last identifier issued.
+namespace {
+
+// The floor of creating the engine: its two files read and parsed by the DOM, as the engine
+// finds them. Prints the seconds as the engine's and 2 for the catalogue, when both parsed.
+int libraryFloorProbe()
+{
+    const QString standard = QCoreApplication::applicationDirPath()
+            + QStringLiteral("/../scdLib/objlib.xml");
+    const QString user = QDir::homePath() + QStringLiteral("/Parvane/userlib.xml");
+    int parsed = 0;
+    const double seconds = timed([&] {
+        for (const QString &path : {standard, user}) {
+            QByteArray data;
+            QDomDocument document;
+            if (FileAccess::readFile(path, &data) == FileAccess::Read && document.setContent(data))
+                ++parsed;
+        }
+    });
+    std::printf("%.9f 0 %d -1\n", seconds, parsed);
+    return 0;
+}
+
+} // namespace
+
+// argv: kEngineProbeArgument, adds (FloorProbe: the floor instead), image folder. Prints the
+// seconds of creating the engine, the seconds of all adds, the catalogue's size and the last
+// identifier issued.
 int engineProbe(int argc, char **argv)
 {
     if (argc < 4)
         return 2;
     const int adds = QByteArray(argv[2]).toInt();
+    if (adds == FloorProbe)
+        return libraryFloorProbe();
     const QString images = QString::fromLocal8Bit(argv[3]);
     ScadaEngine *engine = nullptr;
     const double construct = timed([&] { engine = ScadaEngine::instance(); });
@@ -172,4 +236,5 @@ int engineProbe(int argc, char **argv)
 } // namespace Bench
 
 TIRREL_BENCHMARK(Bench::libraryLoad, "library_load", TIRREL_BENCH_SIZES, benchmark::kMillisecond);
+TIRREL_BENCHMARK(Bench::libraryLoadDom, "library_load_dom", TIRREL_BENCH_SIZES, benchmark::kMillisecond);
 TIRREL_BENCHMARK(Bench::libraryAddObject, "library_add_object", TIRREL_BENCH_SIZES, benchmark::kMillisecond);

@@ -1,4 +1,5 @@
-// Page documents: load, save, clone and erase of generated pages of 1,000 to 100,000 items.
+// Page documents: load, save, clone and erase of generated pages of 1,000 to 100,000 items. The
+// load is measured as the library makes it and through the DOM only (page_load_dom).
 
 #include "benchCommon.h"
 #include "benchPages.h"
@@ -12,8 +13,10 @@
 
 namespace {
 
-void pageLoad(benchmark::State &state)
+// The load as the library makes it, or (dom) through the DOM only.
+void measurePageLoad(benchmark::State &state, bool dom)
 {
+    const Bench::ForcedDomReader reader(dom);
     const int items = int(state.range(0));
     const TirrelGen::Output &file = Bench::pageFile(items);
     const QString path = Bench::pageSavePath(items);
@@ -29,6 +32,9 @@ void pageLoad(benchmark::State &state)
         return t;
     }, [&] { return Bench::domFloor(file.bytes); }, file.bytes.size());
 }
+
+void pageLoad(benchmark::State &state) { measurePageLoad(state, false); }
+void pageLoadDom(benchmark::State &state) { measurePageLoad(state, true); }
 
 void pageSave(benchmark::State &state)
 {
@@ -119,6 +125,7 @@ void pageEraseReuse(benchmark::State &state)
 } // namespace
 
 TIRREL_BENCHMARK(pageLoad, "page_load", TIRREL_BENCH_SIZES, benchmark::kMillisecond);
+TIRREL_BENCHMARK(pageLoadDom, "page_load_dom", TIRREL_BENCH_SIZES, benchmark::kMillisecond);
 TIRREL_BENCHMARK(pageSave, "page_save", TIRREL_BENCH_SIZES, benchmark::kMillisecond);
 TIRREL_BENCHMARK(pageClone, "page_clone", TIRREL_BENCH_SIZES, benchmark::kMillisecond);
 TIRREL_BENCHMARK(pageErase, "page_erase", TIRREL_BENCH_SIZES, benchmark::kMillisecond);

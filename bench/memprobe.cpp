@@ -4,6 +4,7 @@
 //   tirrel_memprobe dom  <items | page file>    QDomDocument::setContent on the bytes
 //   tirrel_memprobe tree <items | page file>    the library's XML tree (XmlTree::parse)
 //   tirrel_memprobe load <items | page file>    ScaFileProcessor::loadFileData, then deletion
+//   tirrel_memprobe load_dom <items | page file>   the same with every load through the DOM only
 //
 // A number of items stands for the generated page of that size (the benchmarks' generator and
 // seed). Prints one JSON object: bytes of the file, peak heap growth over the start of the
@@ -21,6 +22,7 @@
 #include "tirrelGen.h"
 
 #include <scaFileProcessor.h>
+#include <xmlRead_p.h>
 #include <xmlTree_p.h>
 
 #include <QDomDocument>
@@ -163,11 +165,12 @@ int main(int argc, char **argv)
     qInstallMessageHandler([](QtMsgType, const QMessageLogContext &, const QString &) {});
     if (argc < 3
             || (qstrcmp(argv[1], "dom") != 0 && qstrcmp(argv[1], "load") != 0
-                && qstrcmp(argv[1], "tree") != 0)) {
-        std::fprintf(stderr, "usage: %s dom|tree|load <items | page file>\n", argv[0]);
+                && qstrcmp(argv[1], "load_dom") != 0 && qstrcmp(argv[1], "tree") != 0)) {
+        std::fprintf(stderr, "usage: %s dom|tree|load|load_dom <items | page file>\n", argv[0]);
         return 2;
     }
-    const bool load = qstrcmp(argv[1], "load") == 0;
+    const bool load = qstrncmp(argv[1], "load", 4) == 0;
+    setDomReaderForced(qstrcmp(argv[1], "load_dom") == 0);
     const bool tree = qstrcmp(argv[1], "tree") == 0;
     const QByteArray bytes = pageBytes(QString::fromLocal8Bit(argv[2]));
     if (bytes.isEmpty()) {

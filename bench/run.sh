@@ -1,7 +1,8 @@
 #!/usr/bin/env bash
 # Builds and runs the benchmarks, then prints one table: operation, size, time, throughput, the
 # floor and the ratio to it, the linearity from the middle to the largest size, the peak memory
-# of loading the largest page against the bare DOM parse, and every target with PASS or MISS.
+# of loading the largest page against the bare DOM parse, tirrel check of the largest generated
+# project on all cores against one thread, and every target with PASS or MISS.
 #
 #   bench/run.sh                  everything (about ten minutes on two busy cores)
 #   bench/run.sh quick            the two smaller sizes only, 3 runs each (a few minutes)
@@ -22,10 +23,14 @@ jobs=${JOBS:-2}
 sizes=(1000 10000 100000)
 project_sizes=(100 1000 10000)
 items=100000
+check_pages=10000
+check_runs=5
 if [ "${1:-}" = quick ]; then
     sizes=(1000 10000)
     project_sizes=(100 1000)
     items=10000
+    check_pages=1000
+    check_runs=3
     export TIRREL_BENCH_RUNS=${TIRREL_BENCH_RUNS:-3}
     shift
 fi
@@ -33,7 +38,7 @@ fi
 extra=("$@")
 
 cmake -S "$here" -B "$build" -G Ninja -DCMAKE_BUILD_TYPE=RelWithDebInfo -DTIRREL_BUILD_BENCH=ON >/dev/null
-cmake --build "$build" -j "$jobs" --target tirrel_bench tirrel_memprobe
+cmake --build "$build" -j "$jobs" --target tirrel_bench tirrel_memprobe tirrel-cli
 
 out="$build/bench-results"
 rm -rf "$out"
@@ -76,6 +81,14 @@ done
 # Memory: each measurement in a process of its own.
 "$build/bench/tirrel_memprobe" dom "$items" >"$out/memory-dom.json"
 "$build/bench/tirrel_memprobe" load "$items" >"$out/memory-load.json"
+"$build/bench/tirrel_memprobe" load_dom "$items" >"$out/memory-load-dom.json"
+
+# tirrel check of the generated project, on one thread and on all cores.
+echo "== check ($check_pages pages)" >&2
+"$build/bench/tirrel_bench" --write-project "$work/project" "$check_pages"
+python3 "$here/bench/checkjobs.py" "$build/tools/tirrel" "$work/project" "$check_runs" \
+    "$out/check.json" >&2
 
 python3 "$here/bench/report.py" --memory "$out/memory-dom.json" "$out/memory-load.json" \
-    "$out"/bench-*.json | tee "$out/table.md"
+    "$out/memory-load-dom.json" --check "$out/check.json" "$out"/bench-*.json \
+    | tee "$out/table.md"

@@ -1,10 +1,14 @@
 #pragma once
-// Shared by the harnesses: a quiet Qt, a scratch file per process, and the check that stops a
-// run with a crash report when a property does not hold.
+// Shared by the harnesses: a quiet Qt, a scratch file per process, the check that stops a run
+// with a crash report when a property does not hold, and the comparison of the readers' two
+// paths.
+#include <xmlRead_p.h>
+
 #include <QByteArray>
 #include <QDir>
 #include <QFile>
 #include <QString>
+#include <QStringList>
 #include <QtGlobal>
 
 #include <cstdio>
@@ -67,6 +71,23 @@ inline void checkXmlCharacters(const QByteArray &saved)
                 && (uchar(saved.at(i + 2)) == 0xbe || uchar(saved.at(i + 2)) == 0xbf))
             fail("a saved file holds U+FFFE or U+FFFF", saved);
     }
+}
+
+// Reads the bytes with both of the library's paths (through its XML tree where the tree takes
+// them, and through the DOM alone) and fails when the dumps of what they read differ; returns
+// the first path's. read(bytes) gives the dump of what a reader makes of them.
+template <class Read>
+QStringList readWithBothPaths(const QByteArray &bytes, Read read)
+{
+    setDomReaderForced(false);
+    const QStringList fromTree = read(bytes);
+    setDomReaderForced(true);
+    const QStringList fromDom = read(bytes);
+    setDomReaderForced(false);
+    if (fromTree != fromDom)
+        fail("the reader gives another result through the XML tree than through the DOM",
+             fromTree.join(QLatin1Char('\n')).toUtf8(), fromDom.join(QLatin1Char('\n')).toUtf8());
+    return fromTree;
 }
 
 } // namespace fuzz

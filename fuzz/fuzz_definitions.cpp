@@ -1,9 +1,13 @@
-// The definition reader (byte-array form) on arbitrary bytes. What it reads is written with the
-// record writer and read again: from the second save on, saving what was read back must give
+// The definition reader (byte-array form) on arbitrary bytes, through both of its paths (the
+// XML tree and the DOM alone), which must give the same records. What it reads is written with
+// the record writer and read again: from the second save on, saving what was read back must give
 // the bytes of the save before, and every tree read starts with the one placeholder channel.
+#include "defsDump.h"
 #include "fuzzSupport.h"
 
 #include <tgchFileProcessor.h>
+
+#include <memory>
 
 namespace {
 
@@ -49,7 +53,12 @@ extern "C" int LLVMFuzzerInitialize(int *, char ***)
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
 {
     const QString &path = fuzz::scratchFile("definitions.xml");
-    FileDataTree *tree = load(QByteArray(reinterpret_cast<const char *>(data), int(size)));
+    const QByteArray bytes(reinterpret_cast<const char *>(data), int(size));
+    fuzz::readWithBothPaths(bytes, [](const QByteArray &b) {
+        const std::unique_ptr<FileDataTree> tree(load(b));
+        return defs::dump(tree.get());
+    });
+    FileDataTree *tree = load(bytes);
     const QByteArray save1 = saveAndDestroy(tree, path);
     const QByteArray save2 = saveAndDestroy(load(save1), path);
     const QByteArray save3 = saveAndDestroy(load(save2), path);

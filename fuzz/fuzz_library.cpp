@@ -1,7 +1,9 @@
-// The object library reader on arbitrary bytes. The records it reads are saved as the user
-// library file and read again: from the second save on, saving what was read back must give
-// the bytes of the save before.
+// The object library reader on arbitrary bytes, through both of its paths (the XML tree and
+// the DOM alone), which must give the same records or both refuse the file. The records it reads
+// are saved as the user library file and read again: from the second save on, saving what was
+// read back must give the bytes of the save before.
 #include "fuzzSupport.h"
+#include "pageDump.h"
 
 #include <scadaEngine.h>
 #include <scadaEngine_p.h>
@@ -62,6 +64,14 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
 {
     const QByteArray bytes(reinterpret_cast<const char *>(data), int(size));
     const bool isUserLibrary = size > 0 && (data[size - 1] & 1);
+    fuzz::readWithBothPaths(bytes, [isUserLibrary](const QByteArray &b) {
+        QList<ScadaLibObject *> objects;
+        const bool read = readObjectLibrary(b, isUserLibrary, &objects);
+        const QStringList dump = QStringList(QStringLiteral("read=%1").arg(read))
+                + pagedump::dumpList(QStringLiteral("objects"), objects);
+        qDeleteAll(objects);
+        return dump;
+    });
     const QList<ScadaLibObject *> objects = read(bytes, isUserLibrary);
     for (const ScadaLibObject *object : objects) {
         if (object->isUserObject != isUserLibrary)

@@ -1,7 +1,9 @@
-// The page reader on arbitrary bytes. What it reads is saved and read again: from the second
-// save on, saving what was read back must give the bytes of the save before. The audited load
-// must read the same page, and find nothing in a saved one.
+// The page reader on arbitrary bytes, through both of its paths (the XML tree and the DOM
+// alone), which must give the same page or both none. What it reads is saved and read again:
+// from the second save on, saving what was read back must give the bytes of the save before.
+// The audited load must read the same page, and find nothing in a saved one.
 #include "fuzzSupport.h"
+#include "pageDump.h"
 
 #include <pageAudit.h>
 #include <scaFileProcessor.h>
@@ -46,6 +48,12 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
 {
     const QString &path = fuzz::scratchFile("page.xml");
     const QByteArray bytes(reinterpret_cast<const char *>(data), int(size));
+    fuzz::readWithBothPaths(bytes, [&path](const QByteArray &b) {
+        ScaFileData *page = ScaFileProcessor::loadFileData(b, path);
+        const QStringList dump = page ? pagedump::dump(*page) : QStringList(QStringLiteral("null"));
+        pagedump::deletePage(page);
+        return dump;
+    });
     ScaFileData *page = ScaFileProcessor::loadFileData(bytes, path);
     QList<PageFinding_t> findings;
     ScaFileData *audited = PageAudit::loadFileData(bytes, path, &findings);

@@ -4,8 +4,8 @@
 // differs.
 #include <recordFields_p.h>
 
+#include <QFile>
 #include <QStringList>
-#include <QtTest>
 
 namespace defs {
 
@@ -78,7 +78,8 @@ inline bool writeAll(const QString &path, const QByteArray &bytes)
 
 } // namespace defs
 
-// Compares two dumps line by line, so that a failure shows the first member that differs.
+// Compares two dumps line by line, so that a failure shows the first member that differs (in a
+// Qt Test program).
 #define COMPARE_DUMPS(actual, expected)                                                          \
     do {                                                                                         \
         const QStringList actual_ = (actual);                                                    \

@@ -55,7 +55,13 @@ struct PageDeleter
 struct ProjectCleanup
 {
     ProjectDataTree &tree;
-    ~ProjectCleanup() { tree.selfDestruct(); }
+    // selfDestruct deletes the pages and their SCADA objects only, as the editor's does.
+    ~ProjectCleanup()
+    {
+        for (ScaFileData *page : qAsConst(tree.pages))
+            page->deleteAllItems();
+        tree.selfDestruct();
+    }
 };
 
 QVector<int> kindCountsOf(const ScaFileData *page)

@@ -272,6 +272,8 @@ void tst_Cli::usageErrors_data()
                                     << "Unknown option 'frob'";
     QTest::newRow("no file") << QStringList{"page", "show"} << "missing argument";
     QTest::newRow("two folders") << QStringList{"check", "a", "b"} << "too many arguments";
+    QTest::newRow("check on no thread") << QStringList{"check", "--jobs", "0", "a"}
+                                        << "--jobs takes a whole number from 1";
     QTest::newRow("no output file") << QStringList{"defs", "import-csv", "x.csv"}
                                     << "the output file is missing";
     QTest::newRow("option without value") << QStringList{"defs", "import-csv", "x.csv", "-o"}
@@ -1050,6 +1052,12 @@ void tst_Cli::checkReportsNothingElse()
     QCOMPARE(files, sorted);
     QCOMPARE(lines.last(), QStringLiteral(".: 17 findings (4 page files and 1 definition file "
                                           "checked; 1 other file not checked)"));
+
+    // Read on one thread or on several, the report is the same.
+    for (const char *jobs : {"1", "5"}) {
+        TIRREL(r, {"check", "--json", "--jobs", jobs, FaultsDir});
+        QCOMPARE(r.out, m_faultsRun.out);
+    }
 }
 
 void tst_Cli::checkBrokenFiles()
@@ -1079,6 +1087,8 @@ void tst_Cli::checkBrokenFiles()
     }
 
     TIRREL(r, {"check", "--json", "broken"}, m_tmp.path());
+    TIRREL(serial, {"check", "--json", "--jobs", "1", "broken"}, m_tmp.path());
+    QCOMPARE(serial.out, r.out);
     ::unlink(latin1Name.constData());   // a name QDir could not remove
     if (!root)
         QFile::setPermissions(dir + "/locked.xml", QFileDevice::ReadOwner | QFileDevice::WriteOwner);

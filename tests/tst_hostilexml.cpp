@@ -1,6 +1,13 @@
 // Hostile XML against the page, definition and object library readers: entity expansion,
 // extreme nesting and a huge text node, all generated here. Documents past the input limits
 // read as malformed ones do; documents within them read normally, however odd their markup.
+//
+// The readers parse with the library's XML tree first and give the DOM what the tree refuses.
+// Which path answers matters here: documents with entities (any document type declaration with
+// an internal subset) and documents nested past the limit are refused by the tree and reach
+// the DOM path, where checkXmlLimits turns them away before the DOM parser sees them; the
+// other documents, nesting at the limit, odd markup, other encodings and the huge text, are
+// read by the tree, which keeps the same depth limit itself.
 #include <scaFileProcessor.h>
 #include <scadaEngine_p.h>
 #include <tgchFileProcessor.h>
@@ -169,6 +176,7 @@ void tst_HostileXml::refused_data()
     QTest::newRow("100,000 deep, with attributes")
             << document({}, "n", nested(100000, "<a b=\"/>\" c='>'>"));
     QTest::newRow("1025 deep") << document({}, "n", nested(1024));
+    // In other encodings too: refused by the tree for their depth, then by the DOM path's limits.
     for (const char *encoding : {"UTF-16LE", "UTF-16BE", "windows-1252"}) {
         QTest::newRow(QByteArray("100,000 deep, ").append(encoding).constData())
                 << encodedDocument(encoding, 100000);
@@ -208,6 +216,7 @@ void tst_HostileXml::withinLimits_data()
                         "<p a=\"&gt;/>]]>\" b='\"--'>" + QByteArray("<q></q>").repeated(10)
                         + "</p><![CDATA[<a><a>]]]]><!--]]>-->")
             << QStringLiteral("Pump and <a> ");
+    // The only one the DOM path reads: it has a document type declaration.
     QTest::newRow("plain entities")
             << document("<!DOCTYPE Root SYSTEM \"x[y]>.dtd\" [\n"
                         "  <!-- declarations ]> -->\n"

@@ -1,20 +1,31 @@
 // The library's own XML tree against Qt's DOM on the same bytes. A document the tree takes must
 // be one the DOM and the stream reader take as well, within the input limits, and read the same
 // through both kinds of node; a well-formed document without a document type declaration must
-// be taken.
+// be taken. The readers of pages, definition files and object libraries, which read through the
+// tree where it takes a document, must give what they give through the DOM alone on every one
+// of these documents, and on page, definition and library files made awkward in every way the
+// tree must follow the DOM in (encodings, marks, markup inside texts, white space, refusals).
 //
 // The awkward documents are the files of data/xml, whose names state the tree's verdict:
 // "accepted-", "malformed-", "doctype-", "deep-" (nested past the limit), "unsupported-" (left to
 // the DOM on purpose). Every other XML file of the tests and the examples, and the generator's
 // files, must be taken exactly when both Qt parsers take them.
+#include "defsDump.h"
+#include "pageDump.h"
 #include "tirrelGen.h"
 #include "xmlTreeDump.h"
 
+#include <scaFileProcessor.h>
+#include <scadaEngine_p.h>
+#include <tgchFileProcessor.h>
 #include <xmlLimits_p.h>
+#include <xmlRead_p.h>
 #include <xmlTree_p.h>
 
 #include <QDirIterator>
 #include <QDomDocument>
+#include <QRegularExpression>
+#include <QTextCodec>
 #include <QXmlStreamReader>
 #include <QtTest>
 
@@ -44,15 +55,128 @@ int verdictFromName(const QString &fileName)
     return AnyRefusal - 1;      // a fixture without a verdict fails
 }
 
-// The first line where two dumps differ, so that a failure shows just that.
-#define COMPARE_DUMPS(actual, expected)                                                          \
-    do {                                                                                         \
-        const QStringList a_ = (actual).split(QLatin1Char('\n'));                               \
-        const QStringList e_ = (expected).split(QLatin1Char('\n'));                             \
-        for (int i_ = 0; i_ < qMax(a_.size(), e_.size()); ++i_)                                  \
-            QCOMPARE(a_.value(i_, QStringLiteral("(missing)")),                                  \
-                     e_.value(i_, QStringLiteral("(missing)")));                                 \
-    } while (false)
+// What the three readers make of the bytes, through the tree where it takes them (dom false)
+// or through the DOM alone.
+QStringList readersDump(const QByteArray &bytes, bool dom)
+{
+    const bool before = setDomReaderForced(dom);
+    QStringList out;
+    ScaFileData *page = ScaFileProcessor::loadFileData(bytes, QString());
+    out += page ? pagedump::dump(*page) : QStringList(QStringLiteral("(no page)"));
+    pagedump::deletePage(page);
+    const QScopedPointer<FileDataTree> tree(TgchFileProcessor::loadFileData(bytes));
+    out += defs::dump(tree.data());
+    QList<ScadaLibObject *> objects;
+    out << QStringLiteral("library read=%1").arg(readObjectLibrary(bytes, false, &objects));
+    out += pagedump::dumpList(QStringLiteral("objects"), objects);
+    qDeleteAll(objects);
+    setDomReaderForced(before);
+    return out;
+}
+
+// Ways to make a file awkward that the tree must read as the DOM does, or leave to it.
+QByteArray reencoded(const QByteArray &bytes, const char *codec, const char *declared, bool mark)
+{
+    QString text = QString::fromUtf8(bytes);
+    text.replace(QStringLiteral("encoding=\"UTF-8\""), QLatin1String(declared));
+    const QScopedPointer<QTextEncoder> encoder(QTextCodec::codecForName(codec)->makeEncoder(
+            mark ? QTextCodec::DefaultConversion : QTextCodec::IgnoreHeader));
+    return encoder->fromUnicode(text);
+}
+
+QByteArray replaced(const QByteArray &bytes, const char *pattern, const QByteArray &with)
+{
+    return QString::fromUtf8(bytes).replace(QRegularExpression(QLatin1String(pattern)),
+                                            QString::fromUtf8(with)).toUtf8();
+}
+
+// A text between two tags that is neither blank nor holds references or CDATA; a number alone;
+// a start tag's name.
+const char Text[] = ">([^<>&\\]\\s])([^<>&\\]]*)<";
+const char Number[] = ">-?[0-9]+<";
+const char Start[] = "(<[A-Za-z][A-Za-z0-9_]*)";
+
+QByteArray deep(int depth)
+{
+    return QByteArray("<d>").repeated(depth) + QByteArray("</d>").repeated(depth);
+}
+
+QByteArray afterProlog(const QByteArray &bytes, const QByteArray &insert)
+{
+    const QRegularExpressionMatch m =
+            QRegularExpression(QStringLiteral("<[A-Za-z]")).match(QString::fromLatin1(bytes));
+    return bytes.left(int(m.capturedStart())) + insert + bytes.mid(int(m.capturedStart()));
+}
+
+struct V
+{
+    static constexpr int Accepted = int(XmlTree::Verdict::Accepted);
+    static constexpr int Malformed = int(XmlTree::Verdict::Malformed);
+    static constexpr int DocumentType = int(XmlTree::Verdict::DocumentType);
+    static constexpr int TooDeep = int(XmlTree::Verdict::TooDeep);
+    static constexpr int Unsupported = int(XmlTree::Verdict::Unsupported);
+};
+const int EitherPath = AnyRefusal - 2;
+
+const struct
+{
+    const char *name;
+    int verdict;
+    QByteArray (*make)(const QByteArray &);
+} awkward[] = {
+    {"UTF-8 with a byte-order mark", V::Accepted,
+     [](const QByteArray &b) { return "\xef\xbb\xbf" + b; }},
+    {"UTF-16LE with a mark", V::Accepted,
+     [](const QByteArray &b) { return reencoded(b, "UTF-16LE", "encoding=\"UTF-16\"", true); }},
+    {"UTF-16BE without a mark or declaration", V::Accepted, [](const QByteArray &b) {
+         return reencoded(replaced(b, "^<\\?xml[^>]*>\\s*", ""), "UTF-16BE", "", false); }},
+    {"ISO-8859-1", V::Accepted, [](const QByteArray &b) {
+         return reencoded(b, "ISO-8859-1", "encoding=\"ISO-8859-1\"", false); }},
+    {"windows-1252", V::Accepted, [](const QByteArray &b) {
+         return reencoded(b, "windows-1252", "encoding=\"windows-1252\"", false); }},
+    {"comments and instructions after every start tag", V::Accepted, [](const QByteArray &b) {
+         return replaced(b, "(<[A-Za-z][^<>]*[^/]>)", "\\1<!-- c --><?pi x?>"); }},
+    {"comments inside texts", V::Accepted, [](const QByteArray &b) {
+         return replaced(b, Text, ">\\1<!--x-->\\2<"); }},
+    {"mixed content", V::Accepted, [](const QByteArray &b) {
+         return replaced(b, Text, ">\\1<e>in</e>\\2 after<"); }},
+    {"numbers as white space", V::Accepted,
+     [](const QByteArray &b) { return replaced(b, Number, "> \t\r\n <"); }},
+    {"numbers as white space references", V::Accepted,
+     [](const QByteArray &b) { return replaced(b, Number, ">&#32;&#x9;&#10;<"); }},
+    {"numbers as no-break spaces", V::Accepted,
+     [](const QByteArray &b) { return replaced(b, Number, ">\u00a0<"); }},
+    {"texts as CDATA", V::Accepted,
+     [](const QByteArray &b) { return replaced(b, Text, "><![CDATA[\\1\\2]]><"); }},
+    {"references", V::Accepted, [](const QByteArray &b) {
+         return replaced(b, Text, ">&#65;&#x42;&lt;&amp;&quot;&apos;&gt;\\1\\2<"); }},
+    // Taken, or left to the DOM when a mark lies where its decoder drops one (the start of a
+    // block of the input).
+    {"byte-order marks inside texts", EitherPath,
+     [](const QByteArray &b) { return replaced(b, Text, ">\ufeff\\1\ufeff\\2<"); }},
+    {"carriage returns", V::Accepted,
+     [](const QByteArray &b) { return QByteArray(b).replace('\n', "\r\n"); }},
+    {"a bare document type", V::Accepted,
+     [](const QByteArray &b) { return afterProlog(b, "<!DOCTYPE x>"); }},
+    {"1,000 deep inside", V::Accepted, [](const QByteArray &b) {
+         return replaced(b, "(</[A-Za-z]+>\\s*)$", deep(1000) + "\\1"); }},
+    {"prefixed attributes", V::Accepted,
+     [](const QByteArray &b) { return replaced(b, Start, "\\1 xmlns:p=\"u\" p:q=\"1\""); }},
+    // Left to the DOM: entities, names outside ASCII, nesting past the limit, malformed ones.
+    {"an entity", V::DocumentType, [](const QByteArray &b) {
+         return replaced(afterProlog(b, "<!DOCTYPE x [<!ENTITY e \"&#60;b&#62;\">]>"), Text,
+                         ">&e;\\1\\2<"); }},
+    {"a name outside ASCII", V::Unsupported,
+     [](const QByteArray &b) { return replaced(b, Start, "\\1 \u00e9=\"1\""); }},
+    {"1,100 deep inside", V::TooDeep, [](const QByteArray &b) {
+         return replaced(b, "(</[A-Za-z]+>\\s*)$", deep(1100) + "\\1"); }},
+    {"cut short", V::Malformed, [](const QByteArray &b) { return b.left(b.size() * 2 / 3); }},
+    {"an undefined entity", V::Malformed,
+     [](const QByteArray &b) { return replaced(b, Text, ">&undefined;\\1\\2<"); }},
+    {"a duplicate attribute", V::Malformed,
+     [](const QByteArray &b) { return replaced(b, Start, "\\1 a=\"1\" a=\"2\""); }},
+    {"text after the root", V::Malformed, [](const QByteArray &b) { return b + "x"; }},
+};
 
 } // namespace
 
@@ -63,6 +187,8 @@ class TestXmlTree : public QObject
 private slots:
     void documents_data();
     void documents();
+    void readers_data();
+    void readers();
     void nullNodesAndReuse();
 };
 
@@ -138,8 +264,31 @@ void TestXmlTree::documents()
     QVERIFY(document.setContent(bytes, false));
     QVERIFY(streamReaderTakes(bytes));
     QVERIFY(checkXmlLimits(bytes));
-    COMPARE_DUMPS(XmlTreeDump::dump(tree.documentElement()),
-                  XmlTreeDump::dump(DomNode(document.documentElement())));
+    COMPARE_DUMPS(XmlTreeDump::dump(tree.documentElement()).split(QLatin1Char('\n')),
+                  XmlTreeDump::dump(DomNode(document.documentElement())).split(QLatin1Char('\n')));
+}
+
+void TestXmlTree::readers_data()
+{
+    documents_data();
+    const QString data = QStringLiteral(TIRREL_TEST_DATA);
+    for (const char *fixture : {"pages/items.xml", "defs/full.xml", "library/objlib.xml"}) {
+        QFile file(data + QLatin1Char('/') + QLatin1String(fixture));
+        QVERIFY(file.open(QIODevice::ReadOnly));
+        const QByteArray bytes = file.readAll();
+        for (const auto &way : awkward)
+            QTest::addRow("%s, %s", fixture, way.name) << way.make(bytes) << way.verdict;
+    }
+}
+
+void TestXmlTree::readers()
+{
+    QFETCH(QByteArray, bytes);
+    QFETCH(int, verdict);
+    // The rows that the tree is to read must reach it.
+    if (verdict >= 0)
+        QCOMPARE(int(XmlTree().parse(bytes).verdict), verdict);
+    COMPARE_DUMPS(readersDump(bytes, false), readersDump(bytes, true));
 }
 
 void TestXmlTree::nullNodesAndReuse()

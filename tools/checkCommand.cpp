@@ -1,7 +1,6 @@
 // tirrel check: the integrity check of a project folder.
 #include "cliSupport.h"
 
-#include <projectDataTree.h>
 #include <scaFileProcessor.h>
 
 #include <QDir>
@@ -12,8 +11,14 @@
 #include <QMap>
 #include <QSet>
 
+#include <QThread>
+
 #include <algorithm>
+#include <atomic>
 #include <cerrno>
+#include <condition_variable>
+#include <mutex>
+#include <thread>
 #include <vector>
 
 #include <dirent.h>
@@ -130,13 +135,60 @@ QString quote(const QString &text)
     return QLatin1Char('"') + text + QLatin1Char('"');
 }
 
+// What the checks need of a page: its tag bindings, its SCADA objects' Uids (with the objects
+// named for a report), its id and name. Taken on the thread that read the page, which then
+// deletes it.
+struct PageSummary
+{
+    QList<TagBinding_t> bindings;
+    QVector<QPair<int, QString>> objects;
+    int pageId = NoPageId;
+    QString pageName;
+};
+
+PageSummary summarise(const ScaFileData &page)
+{
+    PageSummary summary;
+    summary.bindings = page.tagBindings();
+    summary.objects.reserve(page.scadaObjects.size());
+    for (int i = 0; i < page.scadaObjects.size(); ++i) {
+        const ScadaObjectLoadData_t *o = page.scadaObjects.at(i);
+        summary.objects.append({o->Uid, describeItem(QStringLiteral("ScadaObject"), i,
+                                                     o->base->Name, -1)});
+    }
+    summary.pageId = page.pageProperties.pageID;
+    summary.pageName = page.pageProperties.pageName;
+    return summary;
+}
+
+// What checking one file gave, gathered apart from the other files' so that files can be read on
+// several threads at once and their results taken in the order of the files.
+struct FileResult
+{
+    QList<Finding> findings;
+    QList<NotChecked> notChecked;
+    bool incomplete = false;
+    bool isPage = false;
+    PageSummary page;
+    TreePtr tree;
+
+    void add(Finding f) { findings.append(std::move(f)); }
+    // A file that could not be checked: the check is incomplete.
+    void notCheckedFully(const QString &file, const QString &reason)
+    {
+        notChecked.append({file, reason, true});
+        incomplete = true;
+    }
+};
+
 class ProjectCheck
 {
 public:
     explicit ProjectCheck(const QString &root) : m_root(QFile::encodeName(root)) {}
-    ~ProjectCheck() { m_pages.selfDestruct(); }
 
-    void scan();
+    // Reads every file with `jobs` threads (1: on this thread alone); the result does not
+    // depend on it.
+    void scan(int jobs);
     void checkDefinitions();
     void checkPages();
 
@@ -147,7 +199,8 @@ public:
 
 private:
     void walk(const QByteArray &native, const QString &shown);
-    void scanFile(const Entry &entry);
+    static FileResult scanFile(const Entry &entry);
+    void take(const Entry &entry, FileResult &result);
     void add(Finding f) { m_findings.append(std::move(f)); }
     // A file that could not be checked: the check is incomplete.
     void notChecked(const QString &file, const QString &reason)
@@ -155,7 +208,7 @@ private:
         m_notChecked.append({file, reason, true});
         m_incomplete = true;
     }
-    bool noProjectFiles() const { return m_pages.pages.isEmpty() && m_definitions.empty(); }
+    bool noProjectFiles() const { return m_pages.isEmpty() && m_definitions.empty(); }
     QSet<int> definedTagIds() const;
 
     QByteArray m_root;
@@ -164,7 +217,7 @@ private:
     QList<NotChecked> m_notChecked;
     QStringList m_notes;
     bool m_incomplete = false;
-    ProjectDataTree m_pages;            // keyed by the path relative to the project folder
+    QMap<QString, PageSummary> m_pages; // by the path relative to the project folder
     std::vector<DefinitionFile> m_definitions;
 };
 
@@ -221,31 +274,32 @@ void ProjectCheck::walk(const QByteArray &native, const QString &shown)
         walk(folder.native, folder.shown);
 }
 
-void ProjectCheck::scanFile(const Entry &entry)
+FileResult ProjectCheck::scanFile(const Entry &entry)
 {
+    FileResult r;
     const QString &rel = entry.shown;
     struct stat st;
     if (::lstat(entry.native.constData(), &st) == 0 && S_ISLNK(st.st_mode)
             && ::stat(entry.native.constData(), &st) != 0 && errno == ENOENT) {
-        notChecked(rel, QStringLiteral("broken symbolic link"));
-        return;
+        r.notCheckedFully(rel, QStringLiteral("broken symbolic link"));
+        return r;
     }
     InputFile input;
     QString why;
     if (!readInput(entry.native, &input, &why)) {
         if (input.info.kind == ProjectFileInfo_t::TooLarge) {
-            notChecked(rel, input.info.errorMessage + QStringLiteral(", not read"));
+            r.notCheckedFully(rel, input.info.errorMessage + QStringLiteral(", not read"));
         } else if (::stat(entry.native.constData(), &st) == 0 && !S_ISREG(st.st_mode)) {
-            notChecked(rel, input.info.errorMessage);
+            r.notCheckedFully(rel, input.info.errorMessage);
         } else {
             Finding f;
             f.check = Unreadable;
             f.file = rel;
             f.message = why;
-            add(f);
-            m_incomplete = true;
+            r.add(f);
+            r.incomplete = true;
         }
-        return;
+        return r;
     }
     // Content decides what a file is; the name only tells that a file meant to be XML is broken.
     const bool xmlName = rel.endsWith(QLatin1String(".xml"), Qt::CaseInsensitive);
@@ -265,7 +319,7 @@ void ProjectCheck::scanFile(const Entry &entry)
                                  .arg(info.errorColumn);
             f.message += info.errorMessage;
         }
-        add(f);
+        r.add(f);
     };
     switch (input.info.kind) {
     case ProjectFileInfo_t::Unreadable:
@@ -276,7 +330,7 @@ void ProjectCheck::scanFile(const Entry &entry)
         if (xmlName)
             malformed(input.info);
         else
-            m_notChecked.append({rel, input.info.kind == ProjectFileInfo_t::Empty
+            r.notChecked.append({rel, input.info.kind == ProjectFileInfo_t::Empty
                                           ? QStringLiteral("empty file")
                                           : QStringLiteral("not XML")});
         break;
@@ -284,35 +338,88 @@ void ProjectCheck::scanFile(const Entry &entry)
         malformed(input.info);
         break;
     case ProjectFileInfo_t::ObjectLibraryFile:
-        m_notChecked.append({rel, QStringLiteral("object library file")});
+        r.notChecked.append({rel, QStringLiteral("object library file")});
         break;
     case ProjectFileInfo_t::OtherXml:
-        m_notChecked.append({rel, QStringLiteral("XML with the root element <%1>")
+        r.notChecked.append({rel, QStringLiteral("XML with the root element <%1>")
                                       .arg(input.info.rootElement)});
         break;
     case ProjectFileInfo_t::PageFile:
-        if (PagePtr page = loadPage(&input, rel, &why))
-            m_pages.pages.insert(rel, page.release());
-        else
+        if (const PagePtr page = loadPage(&input, rel, &why)) {
+            r.isPage = true;
+            r.page = summarise(*page);
+        } else {
             malformed(input.info);
+        }
         break;
     case ProjectFileInfo_t::DefinitionFile:
-        if (TreePtr tree = loadDefinitions(&input, &why))
-            m_definitions.push_back({rel, std::move(tree)});
-        else
+        r.tree = loadDefinitions(&input, &why);
+        if (!r.tree)
             malformed(input.info);
         break;
     }
+    return r;
 }
 
-void ProjectCheck::scan()
+void ProjectCheck::take(const Entry &entry, FileResult &result)
+{
+    m_findings += result.findings;
+    m_notChecked += result.notChecked;
+    m_incomplete = m_incomplete || result.incomplete;
+    if (result.isPage)
+        m_pages.insert(entry.shown, std::move(result.page));
+    if (result.tree)
+        m_definitions.push_back({entry.shown, std::move(result.tree)});
+}
+
+// Files are read and loaded on the worker threads, each on its own: the readers share only
+// what is constant once made (field tables, names, the item kind table), and serialise the one
+// thing they must (measuring texts in their fonts). Their results are taken here, on this
+// thread, in the order of the files, as each is ready.
+void ProjectCheck::scan(int jobs)
 {
     walk(m_root, QString());
-    Progress progress(QStringLiteral("checking"), int(m_files.size()));
-    for (const Entry &file : m_files) {
-        progress.step(file.shown);
-        scanFile(file);
+    const int count = int(m_files.size());
+    Progress progress(QStringLiteral("checking"), count);
+    jobs = std::max(1, std::min(jobs, count));
+    if (jobs == 1) {
+        for (const Entry &file : m_files) {
+            progress.step(file.shown);
+            FileResult result = scanFile(file);
+            take(file, result);
+        }
+        return;
     }
+
+    std::vector<FileResult> results(m_files.size());
+    std::vector<char> ready(m_files.size(), 0);
+    std::mutex mutex;
+    std::condition_variable readyChanged;
+    std::atomic<int> next{0};
+    std::vector<std::thread> workers;
+    for (int j = 0; j < jobs; ++j) {
+        workers.emplace_back([&] {
+            for (int i = next++; i < count; i = next++) {
+                FileResult result = scanFile(m_files[std::size_t(i)]);
+                const std::lock_guard<std::mutex> lock(mutex);
+                results[std::size_t(i)] = std::move(result);
+                ready[std::size_t(i)] = 1;
+                readyChanged.notify_one();
+            }
+        });
+    }
+    for (std::size_t i = 0; i < m_files.size(); ++i) {
+        progress.step(m_files[i].shown);
+        FileResult result;
+        {
+            std::unique_lock<std::mutex> lock(mutex);
+            readyChanged.wait(lock, [&] { return ready[i] != 0; });
+            result = std::move(results[i]);
+        }
+        take(m_files[i], result);
+    }
+    for (std::thread &worker : workers)
+        worker.join();
 }
 
 // ---- The checks ---------------------------------------------------------------------------------
@@ -428,19 +535,17 @@ void ProjectCheck::checkDefinitions()
 
 void ProjectCheck::checkPages()
 {
-    QStringList keys = m_pages.pages.keys();
-    std::sort(keys.begin(), keys.end());
-
     const QSet<int> tagIds = definedTagIds();
-    if (m_definitions.empty() && !keys.isEmpty())
+    if (m_definitions.empty() && !m_pages.isEmpty())
         m_notes << QStringLiteral("no definition file found, so tag bindings were not checked");
 
     Occurrences<int> uids;
     Occurrences<int> pageIds;
-    for (const QString &key : qAsConst(keys)) {
-        const ScaFileData *page = m_pages.getFiledataWithName(key);
+    for (auto it = m_pages.cbegin(); it != m_pages.cend(); ++it) {
+        const QString &key = it.key();
+        const PageSummary &page = it.value();
         if (!m_definitions.empty()) {
-            for (const TagBinding_t &b : page->tagBindings()) {
+            for (const TagBinding_t &b : page.bindings) {
                 if (tagIds.contains(b.tagId))
                     continue;
                 Finding f;
@@ -455,16 +560,10 @@ void ProjectCheck::checkPages()
                 add(f);
             }
         }
-        QSet<int> uidsOfPage;
-        for (int i = 0; i < page->scadaObjects.size(); ++i) {
-            const ScadaObjectLoadData_t *o = page->scadaObjects.at(i);
-            uids.add(o->Uid, {key, describeItem(QStringLiteral("ScadaObject"), i, o->base->Name,
-                                                -1)});
-        }
-        if (page->pageProperties.pageID != NoPageId) {
-            pageIds.add(page->pageProperties.pageID,
-                        {key, quote(page->pageProperties.pageName)});
-        }
+        for (const auto &object : page.objects)
+            uids.add(object.first, {key, object.second});
+        if (page.pageId != NoPageId)
+            pageIds.add(page.pageId, {key, quote(page.pageName)});
     }
     for (int uid : uids.keys()) {
         const QList<Occurrence> &o = uids.at(uid);
@@ -531,7 +630,7 @@ void ProjectCheck::printText(const QString &shownRoot) const
     summary += m_findings.isEmpty() ? QStringLiteral("no findings")
                                     : plural(m_findings.size(), "finding", "findings");
     summary += QStringLiteral(" (%1 and %2 checked")
-                   .arg(plural(m_pages.pages.size(), "page file", "page files"),
+                   .arg(plural(m_pages.size(), "page file", "page files"),
                         plural(int(m_definitions.size()), "definition file", "definition files"));
     if (!m_notChecked.isEmpty())
         summary += QStringLiteral("; %1 not checked")
@@ -571,8 +670,7 @@ QJsonObject ProjectCheck::json(const QString &shownRoot) const
             o.insert(QStringLiteral("incomplete"), true);
         notChecked.append(o);
     }
-    QStringList pages = m_pages.pages.keys();
-    std::sort(pages.begin(), pages.end());
+    const QStringList pages = m_pages.keys();
     QStringList definitions;
     for (const DefinitionFile &d : m_definitions)
         definitions << d.file;
@@ -609,14 +707,28 @@ int runCheck(const QStringList &args)
             "Exit status: 0 no findings, 1 findings, 2 the check is incomplete: the folder\n"
             "cannot be used (missing, no page or definition file at all), or some file in it\n"
             "could not be checked (unreadable, larger than the size limit, not a regular\n"
-            "file, a link to a folder); JSON then says \"complete\": false."));
+            "file, a link to a folder); JSON then says \"complete\": false.\n"
+            "Files are read on as many threads as the machine has cores (--jobs to choose);\n"
+            "the output is the same for any number."));
     cp.parser().addOption({QStringLiteral("json"), QStringLiteral("Write JSON instead.")});
+    cp.parser().addOption({QStringLiteral("jobs"),
+                           QStringLiteral("Read files on N threads (1: one after another)."),
+                           QStringLiteral("N")});
     cp.parser().addPositionalArgument(QStringLiteral("DIR"), QStringLiteral("The project folder."));
     int code = ExitOk;
     if (!cp.parse(args, 1, 1, &code))
         return code;
     const QString dir = cp.parser().positionalArguments().constFirst();
     const bool json = cp.parser().isSet(QStringLiteral("json"));
+    int jobs = QThread::idealThreadCount();
+    if (cp.parser().isSet(QStringLiteral("jobs"))) {
+        bool ok = false;
+        jobs = cp.parser().value(QStringLiteral("jobs")).toInt(&ok);
+        if (!ok || jobs < 1) {
+            reportError(Command, QStringLiteral("--jobs takes a whole number from 1"));
+            return ExitUsage;
+        }
+    }
 
     // The folder itself: opened, so that the reason is the system's ("Permission denied").
     QString error;
@@ -648,7 +760,7 @@ int runCheck(const QStringList &args)
     }
 
     ProjectCheck check(dir);
-    check.scan();
+    check.scan(jobs);
     check.checkDefinitions();
     check.checkPages();
     if (json)

@@ -4,7 +4,7 @@
 #include "fileAccess.h"
 #include "safeSave_p.h"
 #include "tgchFileFormat_p.h"
-#include "xmlLimits_p.h"
+#include "xmlRead_p.h"
 
 #include <QBuffer>
 #include <QDomDocument>
@@ -270,7 +270,6 @@ void readDefinitions(const Node &root, FileDataTree *tree)
         tree->AlarmList.append(readDefinition(e, alarmTable()));
     });
 }
-template void readDefinitions(const DomNode &, FileDataTree *);
 
 // ---- Record writer ---------------------------------------------------------------------------
 
@@ -410,9 +409,7 @@ FileDataTree *TgchFileProcessor::loadFileData(const QByteArray &data)
     placeholder->Name = PlaceholderName;
     tree->ChannelList.append(placeholder);
 
-    QDomDocument doc;
-    if (checkXmlLimits(data) && doc.setContent(data, false))
-        readDefinitions(DomNode(doc.documentElement()), tree);
+    readXmlDocument(data, [tree](const auto &root) { readDefinitions(root, tree); });
     return tree;
 }
 

@@ -6,11 +6,10 @@
 #include "logging_p.h"
 #include "safeSave_p.h"
 #include "scadaLibFormat_p.h"
-#include "xmlLimits_p.h"
+#include "xmlRead_p.h"
 
 #include <QCoreApplication>
 #include <QDir>
-#include <QDomDocument>
 #include <QFile>
 #include <QFileInfo>
 #include <QVarLengthArray>
@@ -121,7 +120,6 @@ void readObjects(const Node &root, bool isUserLibrary, QList<ScadaLibObject *> *
         objects->append(object);
     }
 }
-template void readObjects(const DomNode &, bool, QList<ScadaLibObject *> *);
 
 // Puts a copy of `source` at `destination`, replacing a file there even when it is read-only (as
 // removing it first would). The copy is written beside the destination and renamed over it, so
@@ -164,11 +162,9 @@ void copyImage(const QString &source, const QString &destination)
 bool readObjectLibrary(const QByteArray &data, bool isUserLibrary,
                        QList<ScadaLibObject *> *objects)
 {
-    QDomDocument document;
-    if (!checkXmlLimits(data) || !document.setContent(data))
-        return false;
-    readObjects(DomNode(document.documentElement()), isUserLibrary, objects);
-    return true;
+    return readXmlDocument(data, [&](const auto &root) {
+        readObjects(root, isUserLibrary, objects);
+    });
 }
 
 RecordFields fieldsOf(const ScadaLibObject &object)

@@ -50,6 +50,7 @@ DbQueryTextItemLoadData_t *readDbQueryTextItem(const Node &item)
 }
 template DbQueryTextItemLoadData_t *readDbQueryTextItem(const AuditNode &);
 template DbQueryTextItemLoadData_t *readDbQueryTextItem(const DomNode &);
+template DbQueryTextItemLoadData_t *readDbQueryTextItem(const TreeNode &);
 
 DbQueryTextItemLoadData_t *ScaFileProcessor::dbqTextItemFromXML(QDomElement *item)
 {

@@ -20,6 +20,7 @@
 
 #include "fieldTable_p.h"
 #include "scaFileData.h"
+#include "xmlTree_p.h"
 
 namespace PageXml {
 
@@ -131,9 +132,9 @@ struct ItemTagSlot
 };
 using ItemTagSlots = QVector<ItemTagSlot>;
 
-// Each kind's table, reader (a template over the node type, instantiated for DomNode and
-// AuditNode) and, for the kinds that bind tags, the tags its record is bound to. Defined in the
-// kind's own source file.
+// Each kind's table, reader (a template over the node type, instantiated for DomNode, TreeNode
+// and AuditNode) and, for the kinds that bind tags, the tags its record is bound to. Defined in
+// the kind's own source file.
 const FieldTable<ScadaObjectLoadData_t> &scadaObjectTable();
 const FieldTable<TextItemLoadData_t> &textItemTable();
 const FieldTable<DbQueryTextItemLoadData_t> &dbQueryTextTable();

@@ -4,9 +4,8 @@
 #include "safeSave_p.h"
 #include "scaFileFormat_p.h"
 #include "scaItemKinds_p.h"
-#include "xmlLimits_p.h"
+#include "xmlRead_p.h"
 
-#include <QDomDocument>
 #include <QSet>
 #include <QTime>
 
@@ -249,7 +248,6 @@ ScaFileData *readPage(const Node &root, const QString &fileName)
     readPageProperties(root.firstChildElement(PageProperties), fileName, page, itemLayers);
     return page;
 }
-template ScaFileData *readPage(const DomNode &, const QString &);
 
 } // namespace
 
@@ -262,10 +260,9 @@ ScaFileProcessor::~ScaFileProcessor() = default;
 
 ScaFileData *ScaFileProcessor::loadFileData(const QByteArray &data, QString fileName)
 {
-    QDomDocument document;
-    if (!checkXmlLimits(data) || !document.setContent(data, false))
-        return nullptr;
-    return readPage(DomNode(document.documentElement()), fileName);
+    ScaFileData *page = nullptr;
+    readXmlDocument(data, [&](const auto &root) { page = readPage(root, fileName); });
+    return page;
 }
 
 bool ScaFileProcessor::saveFileData(ScaFileData *page, QString fileName)

@@ -24,7 +24,8 @@ public:
     // 1,048,576 characters: no page comes near that, and the parser could not take them safely.
     // Anything else loads: missing values take their defaults, items of unknown kinds are
     // skipped. The page's fileName is the fileName argument, or the file's own "fileName" text
-    // when the argument is a null string.
+    // when the argument is a null string. Several threads may load pages at once (each its own
+    // bytes and page); text items measured in their fonts are measured one at a time.
     static ScaFileData *loadFileData(const QByteArray &data, QString fileName);
 
     // Writes the page to fileName, replacing the file: items grouped by kind, then the page

@@ -57,6 +57,7 @@ GaugeItemLoadData_t *readGaugeItem(const Node &item)
 }
 template GaugeItemLoadData_t *readGaugeItem(const AuditNode &);
 template GaugeItemLoadData_t *readGaugeItem(const DomNode &);
+template GaugeItemLoadData_t *readGaugeItem(const TreeNode &);
 
 GaugeItemLoadData_t *ScaFileProcessor::gaugeItemFromXML(QDomElement *item)
 {

@@ -78,6 +78,7 @@ ImageItemLoadData_t *readImageItem(const Node &item)
 }
 template ImageItemLoadData_t *readImageItem(const AuditNode &);
 template ImageItemLoadData_t *readImageItem(const DomNode &);
+template ImageItemLoadData_t *readImageItem(const TreeNode &);
 
 ImageItemLoadData_t *ScaFileProcessor::imageItemFromXML(QDomElement *item)
 {
@@ -109,6 +110,7 @@ WebFrameItemLoadData_t *readWebFrameItem(const Node &item)
 }
 template WebFrameItemLoadData_t *readWebFrameItem(const AuditNode &);
 template WebFrameItemLoadData_t *readWebFrameItem(const DomNode &);
+template WebFrameItemLoadData_t *readWebFrameItem(const TreeNode &);
 
 WebFrameItemLoadData_t *ScaFileProcessor::webFrameItemFromXML(QDomElement *item)
 {
@@ -140,6 +142,7 @@ ScheduleItemLoadData_t *readScheduleItem(const Node &item)
 }
 template ScheduleItemLoadData_t *readScheduleItem(const AuditNode &);
 template ScheduleItemLoadData_t *readScheduleItem(const DomNode &);
+template ScheduleItemLoadData_t *readScheduleItem(const TreeNode &);
 
 ScheduleItemLoadData_t *ScaFileProcessor::schItemFromXML(QDomElement *item)
 {

@@ -135,3 +135,4 @@ const std::array<ItemKind<Node>, ItemKindCount> &itemKinds()
 
 template const std::array<ItemKind<AuditNode>, ItemKindCount> &itemKinds<AuditNode>();
 template const std::array<ItemKind<DomNode>, ItemKindCount> &itemKinds<DomNode>();
+template const std::array<ItemKind<TreeNode>, ItemKindCount> &itemKinds<TreeNode>();

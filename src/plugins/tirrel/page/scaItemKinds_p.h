@@ -12,6 +12,7 @@
 #include "recordFields_p.h"
 #include "scaFileData.h"
 #include "xmlNode_p.h"
+#include "xmlTree_p.h"
 
 #include <QLatin1String>
 
@@ -48,8 +49,8 @@ struct ItemKind
 
 constexpr int ItemKindCount = 9;
 
-// Every kind, in the order the page file writer emits them; instantiated for DomNode and, for
-// audited reading, AuditNode.
+// Every kind, in the order the page file writer emits them; instantiated for DomNode, TreeNode
+// and, for audited reading, AuditNode.
 template <class Node>
 const std::array<ItemKind<Node>, ItemKindCount> &itemKinds();
 

@@ -107,6 +107,7 @@ RealTimeChartItemLoadData_t *readRealTimeChartItem(const Node &item)
 }
 template RealTimeChartItemLoadData_t *readRealTimeChartItem(const AuditNode &);
 template RealTimeChartItemLoadData_t *readRealTimeChartItem(const DomNode &);
+template RealTimeChartItemLoadData_t *readRealTimeChartItem(const TreeNode &);
 
 RealTimeChartItemLoadData_t *ScaFileProcessor::rtchartItemFromXML(QDomElement *item)
 {

@@ -158,6 +158,7 @@ ScadaObjectLoadData_t *readScadaObject(const Node &item)
 }
 template ScadaObjectLoadData_t *readScadaObject(const AuditNode &);
 template ScadaObjectLoadData_t *readScadaObject(const DomNode &);
+template ScadaObjectLoadData_t *readScadaObject(const TreeNode &);
 
 ScadaObjectLoadData_t *ScaFileProcessor::scadaObjectFromXML(QDomElement *item)
 {

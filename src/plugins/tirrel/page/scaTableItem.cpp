@@ -228,6 +228,7 @@ TableItemLoadData_t *readTableItem(const Node &item)
 }
 template TableItemLoadData_t *readTableItem(const AuditNode &);
 template TableItemLoadData_t *readTableItem(const DomNode &);
+template TableItemLoadData_t *readTableItem(const TreeNode &);
 
 TableItemLoadData_t *ScaFileProcessor::tableItemFromXML(QDomElement *item)
 {

@@ -7,6 +7,7 @@
 
 #include <QFontMetrics>
 #include <QGuiApplication>
+#include <QMutex>
 
 #include <algorithm>
 #include <limits>
@@ -47,10 +48,18 @@ int clampedToInt(qint64 value)
 // The size of a text item without "Width" or "Height": twice the text's width in the item's
 // font (at most 800) and four times the font's height. Font metrics need the font database of
 // a QGuiApplication, and touching it without one crashes, so without one the size is 0.
+//
+// Pages may be read on several threads at once (tirrel check). QFont and QFontMetrics are
+// reentrant and Qt 5 measures text off the GUI thread (each thread gets font engines of its
+// own from the shared font database), but the platform's font configuration behind that
+// database is not ours to trust with concurrent look-ups, so measurements are made one at a
+// time. They are rare: the writer always writes the size.
 QSize measuredSize(const R &r)
 {
     if (!qobject_cast<QGuiApplication *>(QCoreApplication::instance()))
         return QSize(0, 0);
+    static QMutex fontMutex;
+    const QMutexLocker lock(&fontMutex);
     QFont font(r.Family);
     font.setStyleHint(QFont::Decorative, QFont::PreferDefault);
     // Sizes below 1 (0, -1) leave the font's default size; Qt says so with a warning.
@@ -123,6 +132,7 @@ TextItemLoadData_t *readTextItem(const Node &item)
 }
 template TextItemLoadData_t *readTextItem(const AuditNode &);
 template TextItemLoadData_t *readTextItem(const DomNode &);
+template TextItemLoadData_t *readTextItem(const TreeNode &);
 
 TextItemLoadData_t *ScaFileProcessor::textItemFromXML(QDomElement *item)
 {
