@@ -20,8 +20,14 @@ struct Project
 {
     ProjectDataTree tree;
     int scadaObjects = 0;
-    // The tree does not own its pages; the editor closes a project with selfDestruct().
-    ~Project() { tree.selfDestruct(); }
+    // The tree does not own its pages; the editor closes a project with selfDestruct(), which
+    // deletes the pages and their SCADA objects only.
+    ~Project()
+    {
+        for (ScaFileData *page : qAsConst(tree.pages))
+            page->deleteAllItems();
+        tree.selfDestruct();
+    }
 };
 
 Project &project(int pages)

@@ -247,6 +247,7 @@ class tst_SafeSave : public QObject
 private slots:
     void save_data();
     void save();
+    void failedWriterLeavesFile();
     void watcherFollowsSafeSaves();
 };
 
@@ -371,6 +372,25 @@ void tst_SafeSave::save()
         beside.removeOne(QLatin1String("source.png"));
         QCOMPARE(beside, QStringList());
     }
+}
+
+// A writer that gives up after writing part of the content leaves the old file as it was.
+void tst_SafeSave::failedWriterLeavesFile()
+{
+    QTemporaryDir dir;
+    QVERIFY(dir.isValid());
+    const QString path = dir.filePath(QStringLiteral("page.xml"));
+    QFile old(path);
+    QVERIFY(old.open(QIODevice::WriteOnly) && old.write(OldContent) == OldContent.size());
+    old.close();
+    const bool saved = FileAccess::saveFile(path, [](QIODevice &device) {
+        return device.write(QByteArray(300 * 1024, 'x')) > 0 && false;
+    });
+    QVERIFY(!saved);
+    QCOMPARE(FileAccess::lastSaveOutcome(), FileAccess::Failed);
+    QVERIFY(!FileAccess::lastSaveError().isEmpty());
+    QCOMPARE(contents(path), OldContent);
+    QCOMPARE(QDir(dir.path()).entryList(QDir::Files | QDir::Hidden), QStringList{"page.xml"});
 }
 
 void tst_SafeSave::watcherFollowsSafeSaves()
