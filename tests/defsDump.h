@@ -70,6 +70,12 @@ inline QByteArray readAll(const QString &path)
     return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray("(unreadable)");
 }
 
+// A file's lines, for COMPARE_DUMPS.
+inline QStringList lines(const QByteArray &bytes)
+{
+    return QString::fromUtf8(bytes).split('\n');
+}
+
 inline bool writeAll(const QString &path, const QByteArray &bytes)
 {
     QFile file(path);

@@ -26,6 +26,30 @@ QStringList golden(const QString &name)
     return QString::fromUtf8(readAll(kData + name)).split('\n', Qt::SkipEmptyParts);
 }
 
+// The rows of a table fixture: its lines but comments, split into columns at "|".
+QList<QStringList> rows(const QString &path)
+{
+    QList<QStringList> table;
+    for (const QString &line : QString::fromUtf8(readAll(path)).split('\n', Qt::SkipEmptyParts)) {
+        if (!line.startsWith('#'))
+            table << line.split(QRegularExpression("\\s*\\|\\s*"));
+    }
+    return table;
+}
+
+// A fixture's text with its \n, \r and \xNN escapes replaced, UTF-8 encoded.
+QByteArray unescape(const QString &text)
+{
+    QByteArray bytes;
+    for (int i = 0; i < text.size(); ++i) {
+        const QChar c = text.at(i) == '\\' ? text.at(++i) : QChar();
+        bytes += c.isNull() ? text.mid(i, 1).toUtf8() : c == 'n' ? "\n" : c == 'r' ? "\r"
+                 : QByteArray(1, char(text.midRef(i + 1, 2).toInt(nullptr, 16)));
+        i += c == 'x' ? 2 : 0;
+    }
+    return bytes;
+}
+
 // The table models the editor would hold for a tree's channels and tags: a cell holds the
 // member's value as the dump shows it, unquoted, the filter options cell their JSON object.
 const QStringList kChannelColumns = {
@@ -100,12 +124,12 @@ QString summary(const FileDataTree *tree)
         .arg(tree->AlarmList.size());
 }
 
-// "Name|VariableAddress|VariableType|VariableSize" per tag, joined by "; ".
+// "Name,VariableAddress,VariableType,VariableSize" per tag, joined by "; ".
 QString tagSummary(const FileDataTree *tree)
 {
     QStringList tags;
     for (const pEtiketDef_t *t : tree->TagList)
-        tags << QStringLiteral("%1|%2|%3|%4").arg(t->Name, t->VariableAddress)
+        tags << QStringLiteral("%1,%2,%3,%4").arg(t->Name, t->VariableAddress)
                     .arg(t->VariableType).arg(t->VariableSize);
     return tags.join(QLatin1String("; "));
 }
@@ -211,11 +235,8 @@ void tst_TgchFileProcessor::documents_data()
 {
     QTest::addColumn<QByteArray>("xml");
     QTest::addColumn<QString>("expected");
-    for (const QString &line : golden("documents.txt")) {
-        const QStringList row = line.split(" | ");
-        if (!line.startsWith('#'))
-            QTest::newRow(qPrintable(row.value(0))) << row.value(1).toUtf8() << row.value(2);
-    }
+    for (const QStringList &row : rows(kData + "documents.txt"))
+        QTest::newRow(qPrintable(row.value(0))) << row.value(1).toUtf8() << row.value(2);
 }
 
 void tst_TgchFileProcessor::documents()
@@ -427,55 +448,12 @@ void tst_TgchFileProcessor::csvImport_data()
     QTest::addColumn<QByteArray>("csv");
     QTest::addColumn<bool>("alternate");
     QTest::addColumn<QString>("tags");
-    QTest::addColumn<QStringList>("skipped");    // "line:fields:problem:text"
-    const auto row = [](const char *name, const QByteArray &csv, bool alternate,
-                        const QString &tags, const QStringList &skipped = {}) {
-        QTest::newRow(name) << csv << alternate << tags << skipped;
-    };
-    row("WORD", "1;200;Pump1;WORD\n", false, "Pump1|200|1|2");
-    row("FLOAT", "x;7;F;FLOAT", false, "F|7|6|4");
-    row("FLOAT alternate", "x;7;F;FLOAT", true, "F|7|14|4");
-    row("LONG alternate", "x;8;L;LONG", true, "L|8|11|4");
-    row("contained: DWORD, ULONG", "a;1;D;DWORD\na;2;U;ULONG\n", false, "D|1|1|2; U|2|3|4");
-    row("WORD tested before FLOAT", "a;1;B;FLOATWORD", true, "B|1|9|2");
-    row("LOGIC tested first", "a;1;B;WORD LOGIC LONG", true, "B|1|16|1");
-    row("lower case matches nothing", "a;1;f;float\na;2;w;Word\n", true, "f|1|2|4; w|2|2|4",
-        {"1:4:T:a;1;f;float", "2:4:T:a;2;w;Word"});
-    row("fields not trimmed", "1; 40001 ; Pump 1 ;W O R D ", false, " Pump 1 | 40001 |1|2");
-    row("empty fields", ";;;", false, "||2|4", {"1:4:H:;;;", "1:4:N:;;;", "1:4:A:;;;", "1:4:T:;;;"});
-    row("CRLF", "1;200;Pump1;WORD\r\n1;100;Valve;LOGIC\r\n", false, "Pump1|200|1|2; Valve|100|16|1");
-    row("duplicates kept", "1;1;A;WORD\n1;1;A;WORD", false, "A|1|1|2; A|1|1|2");
-    const QString pump = QString::fromUtf8("Pompa-ü|400|1|2");
-    row("UTF-8 with byte-order mark", "\xEF\xBB\xBF" "1;400;Pompa-\xC3\xBC;WORD\n", false, pump);
-    const QString utf16 = QString::fromUtf8("1;400;Pompa-ü;WORD\r\n");
-    row("UTF-16LE with byte-order mark",
-        "\xFF\xFE" + QByteArray(reinterpret_cast<const char *>(utf16.utf16()), 2 * utf16.size()),
-        false, pump);
-    row("no mark: system encoding", "1;400;Pompa-\xFC;WORD\n", false, pump);
-    row("no mark: UTF-8 bytes read in the system encoding", "1;400;Pompa-\xC3\xBC;WORD\n", false,
-        QString::fromUtf8("Pompa-Ã¼|400|1|2"));
-    row("empty file", "", false, "");
-    row("one line feed: one empty line", "\n", false, "", {"1:1:F:"});
-    row("title, short and long lines",
-        "Tag list\n1;2;A;WORD\n1;3;Short\n1;4;Long;WORD;x\n1;5;B;FLOAT\n", false, "A|2|1|2; B|5|6|4",
-        {"1:1:F:Tag list", "3:3:F:1;3;Short", "4:5:F:1;4;Long;WORD;x"});
-    row("empty lines inside and at the end", "\n1;2;A;WORD\n\n\n", false, "A|2|1|2",
-        {"1:1:F:", "3:1:F:", "4:1:F:"});
-    row("CR LF: the CR is not part of the text", "bad line\r\n1;2;A;WORD\r\n\r\n", false,
-        "A|2|1|2", {"1:1:F:bad line", "3:1:F:"});
-    row("CR alone is no line end", "1;2;A;WORD\r1;3;B;WORD\n", false, "",
-        {"1:7:F:1;2;A;WORD\r1;3;B;WORD"});
-    // Lines imported although they look wrong: the tags are those of any other line.
-    row("header row, after a title", "PLC 1\nNr;Address;Name;Type\n1;5;T;WORD\nNr;Address;Name;Type\n",
-        false, "Name|Address|2|4; T|5|1|2; Name|Address|2|4",
-        {"1:1:F:PLC 1", "2:4:H:Nr;Address;Name;Type", "2:4:T:Nr;Address;Name;Type",
-         "4:4:T:Nr;Address;Name;Type"});
-    row("unknown type with an address: no header", "1;400;Flag;BOOL\n", false, "Flag|400|2|4",
-        {"1:4:T:1;400;Flag;BOOL"});
-    row("empty name and address", "1; ;;WORD\n", false, "| |1|2",
-        {"1:4:N:1; ;;WORD", "1:4:A:1; ;;WORD"});
-    row("quotes are plain text", "1;\"2\";\"a;b\";WORD\n1;2; \"c\";WORD", false, " \"c\"|2|1|2",
-        {"1:5:F:1;\"2\";\"a;b\";WORD", "1:5:Q:1;\"2\";\"a;b\";WORD", "2:4:Q:1;2; \"c\";WORD"});
+    QTest::addColumn<QStringList>("skipped");
+    for (const QStringList &row : rows(TIRREL_TEST_DATA "/csv/import.txt")) {
+        QTest::newRow(qPrintable(row.value(0))) << unescape(row.value(2)) << (row.value(1) == "1")
+            << QString::fromUtf8(unescape(row.value(3)))
+            << QString::fromUtf8(unescape(row.value(4))).split(" / ", Qt::SkipEmptyParts);
+    }
 }
 
 void tst_TgchFileProcessor::csvImport()
