@@ -12,7 +12,6 @@ namespace defs {
 inline QString valueText(const QVariant &v)
 {
     switch (v.userType()) {
-    case QMetaType::Bool: return QString::number(v.toInt());
     case QMetaType::Double: return QString::number(v.toDouble(), 'g', 17);
     case QMetaType::QString: return QLatin1Char('"') + v.toString() + QLatin1Char('"');
     }
