@@ -127,16 +127,14 @@ class tst_TgchFileProcessor : public QObject
 
 private slots:
     void initTestCase();
-    void recordDefaults();
     void fullFile();
     void documents_data();
     void documents();
-    void recordWriterLossyValues();
     void filterOptionsLayout_data();
     void filterOptionsLayout();
     void roundTrips_data();
     void roundTrips();
-    void modelExport();
+    void modelExportCells();
     void writeFailures();
     void csvImport_data();
     void csvImport();
@@ -152,44 +150,91 @@ void tst_TgchFileProcessor::initTestCase()
     QTextCodec::setCodecForLocale(QTextCodec::codecForName("ISO-8859-1"));
 }
 
-void tst_TgchFileProcessor::recordDefaults()
+// The record defaults, what the readers make of an element without value elements, a file with
+// every member set as the record writer and the export write it, and values the file cannot
+// hold as they are.
+void tst_TgchFileProcessor::fullFile()
 {
     FileDataTree defaults;
     defaults.ChannelList << new pKanalDef_t;
     defaults.TagList << new pEtiketDef_t;
     defaults.AlarmList << new pAlarmItem_t;
     COMPARE_DUMPS(dump(&defaults), golden("defaults.dump"));
-
-    // What a record element without any value element reads as (zero and empty rather than the
-    // record defaults, but for the -1 of some ids and the untouched filter references), and the
-    // same for a null element.
+    // Zero and empty rather than the record defaults, but for the -1 of some ids and the
+    // untouched filter references; the same for a null element.
     QDomDocument doc;
-    QVERIFY(doc.setContent(QByteArray("<r><Channel Id=\"5\"><Unknown>3</Unknown></Channel>"
-                                      "<Tag Id=\"5\"/><Alarm Id=\"5\"/></r>")));
-    for (bool null : {false, true}) {
-        QDomElement c = doc.documentElement().firstChildElement("Channel");
-        QDomElement t = doc.documentElement().firstChildElement("Tag");
-        QDomElement a = doc.documentElement().firstChildElement("Alarm");
+    QVERIFY(doc.setContent(QByteArray("<Record Id=\"5\"><Unknown>3</Unknown></Record>")));
+    QDomElement element = doc.documentElement();
+    for (QDomElement *e : {&element, static_cast<QDomElement *>(nullptr)}) {
         FileDataTree absent;
-        absent.ChannelList << TgchFileProcessor::channelDataFromXML(null ? nullptr : &c);
-        absent.TagList << TgchFileProcessor::tagDataFromXml(null ? nullptr : &t);
-        absent.AlarmList << TgchFileProcessor::alarmDataFromXml(null ? nullptr : &a);
+        absent.ChannelList << TgchFileProcessor::channelDataFromXML(e);
+        absent.TagList << TgchFileProcessor::tagDataFromXml(e);
+        absent.AlarmList << TgchFileProcessor::alarmDataFromXml(e);
         COMPARE_DUMPS(dump(&absent), golden("absent.dump"));
     }
-}
 
-void tst_TgchFileProcessor::fullFile()
-{
     QScopedPointer<FileDataTree> tree(TgchFileProcessor::loadFileData(kData + "full.xml"));
     QVERIFY(tree);
     COMPARE_DUMPS(dump(tree.data()), golden("full.dump"));
-
-    // The record writer's layout, read back unchanged.
     const QString path = m_dir.filePath("written.xml");
     QVERIFY(TgchFileProcessor::writeToFile(tree.data(), path));
     QCOMPARE(readAll(path), readAll(kData + "written.xml"));
     QScopedPointer<FileDataTree> reread(TgchFileProcessor::loadFileData(path));
     COMPARE_DUMPS(dump(reread.data()), golden("full.dump"));
+
+    Models models(tree.data());
+    OpenedFile file;
+    file.filePath = path;
+    file.channelModel = &models.channels;
+    file.tagModel = &models.tags;
+    QVERIFY(TgchFileProcessor::writeToFile(&file));
+    QCOMPARE(readAll(path), readAll(kData + "exported.xml"));
+    reread.reset(TgchFileProcessor::loadFileData(path));
+    COMPARE_DUMPS(dump(reread.data()), withoutAlarms(golden("full.dump")));
+
+    // Lossy values come back as lossy.dump says (against full.dump).
+    pKanalDef_t *channel = tree->ChannelList.at(1);
+    pEtiketDef_t *tag = tree->TagList.at(0);
+    pAlarmItem_t *alarm = tree->AlarmList.at(0);
+    channel->Station = " ";
+    channel->Description = "\t \n";
+    tag->PollFrequency = -5;
+    tag->VariableSize = -2;
+    tag->LoggingFreq = 1234567.891;
+    tag->refval1 = qQNaN();
+    tag->refval2 = -qInf();
+    tree->TagList.at(1)->LoggingFreq = qQNaN();
+    alarm->limitVal = 0.1;
+    alarm->checkVal1 = qInf();
+    alarm->checkVal2 = 123456789.0;
+    alarm->subscribers = {-1, 0, 2147483647};
+
+    QVERIFY(TgchFileProcessor::writeToFile(tree.data(), path));
+    QCOMPARE(readAll(path), readAll(kData + "lossy.xml"));
+    reread.reset(TgchFileProcessor::loadFileData(path));
+    COMPARE_DUMPS(dump(reread.data()), golden("lossy.dump"));
+}
+
+void tst_TgchFileProcessor::modelExportCells()
+{
+    // Cells are written as they stand: a real keeps every digit, a missing cell is an empty
+    // element (so Id and GroupID read 0, not an absent element's -1), further columns are
+    // ignored, carriage returns come back.
+    QStandardItemModel channels(1, 0);
+    QStandardItemModel tags;
+    tags.setItem(0, 1, new QStandardItem("Tag"));
+    tags.setItem(0, 13, new QStandardItem("1234567.891"));
+    tags.setItem(0, 21, new QStandardItem("a\r\nb\rc"));
+    tags.setItem(0, 31, new QStandardItem("x"));
+    const QString path = m_dir.filePath("cells.xml");
+    QVERIFY(TgchFileProcessor::writeToFile(&channels, &tags, path));
+    QScopedPointer<FileDataTree> reread(TgchFileProcessor::loadFileData(path));
+    QCOMPARE(summary(reread.data()), QString("channels=None, tags=1 alarms=0"));
+    const QStringList lines = dump(reread.data());
+    QCOMPARE(QStringList({valueOf(lines, "Channel[1].Id"), valueOf(lines, "Channel[1].GroupID"),
+                          valueOf(lines, "Tag[0].LoggingFreq"), valueOf(lines, "Tag[0].Name"),
+                          valueOf(lines, "Tag[0].Description")}),
+             QStringList({"0", "0", "1234567.8910000001", "\"Tag\"", "\"a\r\nb\rc\""}));
 }
 
 void tst_TgchFileProcessor::documents_data()
@@ -214,35 +259,6 @@ void tst_TgchFileProcessor::documents()
     pKanalDef_t placeholder;
     placeholder.Name = "None";
     COMPARE_DUMPS(dump(*tree->ChannelList.first()), dump(placeholder));
-}
-
-// Values the file cannot hold as they are come back differently (lossy.dump against full.dump),
-// and non-finite reals are written as such.
-void tst_TgchFileProcessor::recordWriterLossyValues()
-{
-    QScopedPointer<FileDataTree> tree(TgchFileProcessor::loadFileData(kData + "full.xml"));
-    QVERIFY(tree);
-    pKanalDef_t *channel = tree->ChannelList.at(1);
-    pEtiketDef_t *tag = tree->TagList.at(0);
-    pAlarmItem_t *alarm = tree->AlarmList.at(0);
-    channel->Station = " ";
-    channel->Description = "\t \n";
-    tag->PollFrequency = -5;
-    tag->VariableSize = -2;
-    tag->LoggingFreq = 1234567.891;
-    tag->refval1 = qQNaN();
-    tag->refval2 = -qInf();
-    tree->TagList.at(1)->LoggingFreq = qQNaN();
-    alarm->limitVal = 0.1;
-    alarm->checkVal1 = qInf();
-    alarm->checkVal2 = 123456789.0;
-    alarm->subscribers = {-1, 0, 2147483647};
-
-    const QString path = m_dir.filePath("lossy.xml");
-    QVERIFY(TgchFileProcessor::writeToFile(tree.data(), path));
-    QCOMPARE(readAll(path), readAll(kData + "lossy.xml"));
-    QScopedPointer<FileDataTree> reread(TgchFileProcessor::loadFileData(path));
-    COMPARE_DUMPS(dump(reread.data()), golden("lossy.dump"));
 }
 
 void tst_TgchFileProcessor::filterOptionsLayout_data()
@@ -339,59 +355,24 @@ void tst_TgchFileProcessor::roundTrips()
     QVERIFY(QFileInfo(written).size() > count * 1024 && QFileInfo(exported).size() > count * 1024);
 }
 
-void tst_TgchFileProcessor::modelExport()
-{
-    QScopedPointer<FileDataTree> tree(TgchFileProcessor::loadFileData(kData + "full.xml"));
-    QVERIFY(tree);
-    Models models(tree.data());
-    OpenedFile file;
-    file.filePath = m_dir.filePath("exported.xml");
-    file.channelModel = &models.channels;
-    file.tagModel = &models.tags;
-    QVERIFY(TgchFileProcessor::writeToFile(&file));
-    QCOMPARE(readAll(file.filePath), readAll(kData + "exported.xml"));
-    QScopedPointer<FileDataTree> reread(TgchFileProcessor::loadFileData(file.filePath));
-    COMPARE_DUMPS(dump(reread.data()), withoutAlarms(dump(tree.data())));
-
-    // Cells are written as they stand: a real keeps every digit, a missing cell is an empty
-    // element (so Id and GroupID read 0, not an absent element's -1), further columns are
-    // ignored, carriage returns come back.
-    const FileDataTree empty;
-    Models cells(&empty);
-    cells.channels.setRowCount(1);
-    cells.tags.setItem(0, 1, new QStandardItem("Tag"));
-    cells.tags.setItem(0, 13, new QStandardItem("1234567.891"));
-    cells.tags.setItem(0, 21, new QStandardItem("a\r\nb\rc"));
-    cells.tags.setItem(0, 31, new QStandardItem("x"));
-    QVERIFY(TgchFileProcessor::writeToFile(&cells.channels, &cells.tags, file.filePath));
-    reread.reset(TgchFileProcessor::loadFileData(file.filePath));
-    QCOMPARE(summary(reread.data()), QString("channels=None, tags=1 alarms=0"));
-    const QStringList lines = dump(reread.data());
-    QCOMPARE(QStringList({valueOf(lines, "Channel[1].Id"), valueOf(lines, "Channel[1].GroupID"),
-                          valueOf(lines, "Tag[0].LoggingFreq"), valueOf(lines, "Tag[0].Name"),
-                          valueOf(lines, "Tag[0].Description")}),
-             QStringList({"0", "0", "1234567.8910000001", "\"Tag\"", "\"a\r\nb\rc\""}));
-}
-
 // Without a tree, a model or a folder to write to, nothing is written and the file at the path
 // stays as it was and alone (the safe save's own failures are tst_safesave's).
 void tst_TgchFileProcessor::writeFailures()
 {
     const QString path = m_dir.filePath("kept.xml");
+    const QString unreachable = m_dir.filePath("no/dir/defs.xml");
     QVERIFY(writeAll(path, "<CTDefinitions/>"));
     const QStringList before = QDir(m_dir.path()).entryList(QDir::Files);
     FileDataTree tree;
     QStandardItemModel model;
-    OpenedFile file;
-    file.filePath = path;
-    file.tagModel = &model;
+    OpenedFile file{0, path, 0, nullptr, &model};
     QVERIFY(!TgchFileProcessor::writeToFile(static_cast<FileDataTree *>(nullptr), path));
     QVERIFY(!TgchFileProcessor::writeToFile(nullptr, &model, path));
     QVERIFY(!TgchFileProcessor::writeToFile(&model, nullptr, path));
     QVERIFY(!TgchFileProcessor::writeToFile(&file));
     QVERIFY(!TgchFileProcessor::writeToFile(static_cast<OpenedFile *>(nullptr)));
-    QVERIFY(!TgchFileProcessor::writeToFile(&tree, m_dir.filePath("no/dir/defs.xml")));
-    QVERIFY(!TgchFileProcessor::writeToFile(&model, &model, m_dir.filePath("no/dir/defs.xml")));
+    QVERIFY(!TgchFileProcessor::writeToFile(&tree, unreachable));
+    QVERIFY(!TgchFileProcessor::writeToFile(&model, &model, unreachable));
     QCOMPARE(readAll(path), QByteArray("<CTDefinitions/>"));
     QCOMPARE(QDir(m_dir.path()).entryList(QDir::Files), before);
 }
