@@ -1,18 +1,22 @@
 // The definition records, the definition file reader, the record writer, the export from the
-// editor's table models and the CSV tag import.
+// editor's table models, the CSV tag import and the file watcher (against real files on disk).
 #include "defsDump.h"
 #include "tirrelGen.h"
 
 #include <fileAccess.h>
+#include <tagChFileWatcher.h>
 
 #include <QDomDocument>
+#include <QFileSystemWatcher>
 #include <QJsonDocument>
 #include <QJsonObject>
+#include <QSignalSpy>
 #include <QStandardItemModel>
 #include <QTemporaryDir>
 #include <QTextCodec>
 #include <QtTest>
 
+#include <cstdio>
 #include <sys/stat.h>
 #include <type_traits>
 
@@ -119,6 +123,36 @@ QString tagSummary(const FileDataTree *tree)
     return tags.join(QLatin1String("; "));
 }
 
+QByteArray definitions(const QString &tagName)
+{
+    return "<CTDefinitions><TagList><Tag><Name>" + tagName.toUtf8() + "</Name></Tag></TagList></CTDefinitions>";
+}
+
+// The tag names of the watcher's tree, or "(null)", and the files its system watcher watches.
+QString state(TagChFileWatcher &watcher)
+{
+    QStringList names;
+    for (const pEtiketDef_t *tag : watcher.tagChData() ? watcher.tagChData()->TagList
+                                                       : QList<pEtiketDef_t *>())
+        names << tag->Name;
+    auto *fsw = watcher.findChild<QFileSystemWatcher *>();
+    return (watcher.tagChData() ? names.join(',') : QStringLiteral("(null)")) + " watching "
+           + (fsw ? fsw->files().join(',') : QStringLiteral("(no watcher)"));
+}
+
+// Records the watcher's state each time it signals.
+struct Listener
+{
+    QSignalSpy spy;
+    QStringList seen;
+    explicit Listener(TagChFileWatcher &watcher)
+        : spy(&watcher, &TagChFileWatcher::tgchFileUpdated)
+    {
+        QObject::connect(&watcher, &TagChFileWatcher::tgchFileUpdated, &watcher,
+                         [this, &watcher] { seen << state(watcher); });
+    }
+};
+
 } // namespace
 
 class tst_TgchFileProcessor : public QObject
@@ -139,8 +173,16 @@ private slots:
     void csvImport_data();
     void csvImport();
     void unreadable();
+    void watcherLoads();
+    void watcherRewritten();
+    void watcherSetFile();
 
 private:
+    // A file holding one tag "A", for a watcher.
+    QString watchedFile();
+    // Changes a file watched by a second watcher and waits for that one's signal: by then the
+    // file system has delivered what it had for the first watcher too.
+    void settle();
     QTemporaryDir m_dir;
 };
 
@@ -448,6 +490,91 @@ void tst_TgchFileProcessor::unreadable()
     QCOMPARE(empty ? summary(empty.data()) : "(null)", QString("channels=None tags=0 alarms=0"));
     QCOMPARE(lines.size(), 1);
     QCOMPARE(lines.first().text, QStringLiteral("before"));
+}
+
+QString tst_TgchFileProcessor::watchedFile()
+{
+    const QString path = m_dir.filePath(QTest::currentTestFunction() + QStringLiteral(".xml"));
+    return writeAll(path, definitions("A")) ? path : QString();
+}
+
+void tst_TgchFileProcessor::settle()
+{
+    const QString other = m_dir.filePath("settle.xml");
+    QVERIFY(writeAll(other, definitions("")));
+    TagChFileWatcher control(other);
+    QSignalSpy spy(&control, &TagChFileWatcher::tgchFileUpdated);
+    QVERIFY(writeAll(other, definitions("settled")));
+    QVERIFY(spy.wait());
+}
+
+void tst_TgchFileProcessor::watcherLoads()
+{
+    // A missing file gives no tree and is not watched; an empty path is handed to the system
+    // watcher and the reader all the same.
+    const QString path = watchedFile();
+    QTest::ignoreMessage(QtWarningMsg, "QFileSystemWatcher::addPath: path is empty");
+    for (const QString &p : {path, m_dir.filePath("missing.xml"), QString()}) {
+        TagChFileWatcher watcher(p);
+        Listener listener(watcher);
+        QCOMPARE(state(watcher), p == path ? "A watching " + path : "(null) watching ");
+        QCoreApplication::processEvents();
+        QCOMPARE(listener.spy.count(), 0);
+    }
+}
+
+void tst_TgchFileProcessor::watcherRewritten()
+{
+    const QString path = watchedFile();
+    TagChFileWatcher watcher(path);
+    Listener listener(watcher);
+    // Written in place and replaced by a rename the way many editors save, twice: the second
+    // replacement is only seen if the new file was watched after the first. The last write is
+    // malformed: it still replaces the tree, with one holding no tags.
+    const QList<QPair<QByteArray, QString>> writes{
+        {definitions("C"), "C"}, {definitions("R1"), "R1"}, {definitions("R2"), "R2"},
+        {"<CTDefinitions><TagList><Tag>", ""}};
+    for (const auto &[bytes, names] : writes) {
+        const QString fresh = names.startsWith('R') ? path + ".new" : path;
+        QVERIFY(writeAll(fresh, bytes));
+        QVERIFY(std::rename(QFile::encodeName(fresh), QFile::encodeName(path)) == 0);
+        // Every signal comes with the new tree in place.
+        QVERIFY(listener.spy.wait());
+        while (!listener.seen.last().startsWith(names + " watching") && listener.spy.wait()) {}
+        QCOMPARE(listener.seen.last(), names + " watching " + path);
+    }
+}
+
+void tst_TgchFileProcessor::watcherSetFile()
+{
+    const QString first = watchedFile();
+    const QString second = m_dir.filePath("second.xml");
+    QVERIFY(writeAll(second, definitions("S")));
+    TagChFileWatcher watcher(first);
+    Listener listener(watcher);
+    watcher.setFile(second);
+    QCOMPARE(listener.spy.count(), 0);
+    QCOMPARE(state(watcher), "S watching " + second);
+
+    // A change to the first file no longer reloads anything; one to the second does.
+    QVERIFY(writeAll(first, definitions("first changed")));
+    QVERIFY(writeAll(second, definitions("second changed")));
+    QVERIFY(listener.spy.wait());
+    settle();
+    QCOMPARE(QSet<QString>(listener.seen.begin(), listener.seen.end()),
+             {"second changed watching " + second});
+
+    // Deleted, the file is no longer watched: one created there again goes unnoticed ...
+    listener.seen.clear();
+    QVERIFY(QFile::remove(second));
+    QVERIFY(listener.spy.wait());
+    QVERIFY(writeAll(second, definitions("again")));
+    settle();
+    QCOMPARE(QSet<QString>(listener.seen.begin(), listener.seen.end()), {"(null) watching "});
+    QCOMPARE(state(watcher), QString("(null) watching "));
+    // ... until the host points the watcher at it again.
+    watcher.setFile(second);
+    QCOMPARE(state(watcher), "again watching " + second);
 }
 
 QTEST_GUILESS_MAIN(tst_TgchFileProcessor)
