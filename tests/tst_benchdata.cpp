@@ -12,7 +12,6 @@
 #include <tgchFileProcessor.h>
 
 #include <QApplication>
-#include <QBuffer>
 #include <QDomDocument>
 #include <QLoggingCategory>
 #include <QProcess>
@@ -125,9 +124,7 @@ void tst_BenchData::tapeWritesTheSameBytes()
     QCOMPARE(again, output.bytes);
     QVERIFY(output.tape.size() > 1000 && otherSeed != output.bytes);
     QByteArray replayed;
-    QBuffer buffer(&replayed);
-    buffer.open(QIODevice::WriteOnly);
-    QXmlStreamWriter w(&buffer);
+    QXmlStreamWriter w(&replayed);
     w.setAutoFormatting(true);
     w.setAutoFormattingIndent(indent);
     output.tape.replay(w);
@@ -213,9 +210,7 @@ void tst_BenchData::definitionsLoadAndSaveTheSameBytes()
     const TirrelGen::DefinitionData data = TirrelGen::definitionData(1000);
     const QByteArray bytes = TirrelGen::definitionFile(data).bytes;
     QScopedPointer<FileDataTree> tree(TgchFileProcessor::loadFileData(bytes));
-    QCOMPARE(tree->ChannelList.size(), data.channels.size());
-    QCOMPARE(tree->TagList.last()->Id, 1000);
-    QCOMPARE(tree->AlarmList.last()->Id, 250);
+    QVERIFY(tree->TagList.last()->Id == 1000 && tree->AlarmList.last()->Id == 250);
     const QString path = dir.filePath(QStringLiteral("definitions.xml"));
     QVERIFY(TgchFileProcessor::writeToFile(tree.data(), path));
     COMPARE_DUMPS(defs::lines(defs::readAll(path)), defs::lines(bytes));
@@ -226,10 +221,8 @@ void tst_BenchData::definitionsLoadAndSaveTheSameBytes()
     fill(&tags, TirrelGen::tagModelRows(data));
     QVERIFY(TgchFileProcessor::writeToFile(&channels, &tags, path));
     QScopedPointer<FileDataTree> exported(TgchFileProcessor::loadFileData(path));
-    QVERIFY(exported->AlarmList.isEmpty());
-    qDeleteAll(tree->AlarmList);
-    tree->AlarmList.clear();
-    COMPARE_DUMPS(defs::dump(exported.data()), defs::dump(tree.data()));
+    COMPARE_DUMPS(defs::dump(exported.data()),
+                  defs::dump(tree.data()).filter(QRegularExpression("^(?!Alarm\\[)")));
 
     const QByteArray csv = TirrelGen::csvTagList(1000);
     QVERIFY(TirrelGen::csvTagList(1000) == csv && TirrelGen::csvTagList(1000, 2) != csv);
