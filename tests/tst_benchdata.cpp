@@ -15,6 +15,7 @@
 #include <QDomDocument>
 #include <QLoggingCategory>
 #include <QProcess>
+#include <QRegularExpression>
 #include <QSet>
 #include <QStandardItemModel>
 #include <QTemporaryDir>

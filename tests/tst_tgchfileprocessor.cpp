@@ -10,6 +10,7 @@
 #include <QFileSystemWatcher>
 #include <QJsonDocument>
 #include <QJsonObject>
+#include <QRegularExpression>
 #include <QSignalSpy>
 #include <QStandardItemModel>
 #include <QTemporaryDir>
@@ -67,19 +68,19 @@ QString filterOptionsJson(const pEtiketDef_t &tag)
 // The table models the editor would hold for a tree's channels and tags: a cell holds the
 // member's value as the dump shows it, unquoted, the filter options cell their JSON object.
 template <class R, int N>
-void fillModel(QStandardItemModel &model, const QList<R *> &records, const char *const (&columns)[N])
+void fillModel(QStandardItemModel &model, const QList<R *> &records, const char *const (&cols)[N])
 {
     model.setColumnCount(N);
     for (const R *record : records) {
         const QStringList lines = dump(*record);
         QList<QStandardItem *> row;
-        for (const QString column : columns) {
-            QString value = valueOf(lines, column);
+        for (const QString column : cols) {
+            QString text = valueOf(lines, column);
             if constexpr (std::is_same_v<R, pEtiketDef_t>) {
                 if (column == "LogFilterOptions")
-                    value = filterOptionsJson(*record);
+                    text = filterOptionsJson(*record);
             }
-            row << new QStandardItem(value.startsWith('"') ? value.mid(1, value.size() - 2) : value);
+            row << new QStandardItem(text.startsWith('"') ? text.mid(1, text.size() - 2) : text);
         }
         model.appendRow(row);
     }
@@ -123,7 +124,8 @@ QString tagSummary(const FileDataTree *tree)
 
 QByteArray definitions(const QString &tagName)
 {
-    return "<CTDefinitions><TagList><Tag><Name>" + tagName.toUtf8() + "</Name></Tag></TagList></CTDefinitions>";
+    return "<CTDefinitions><TagList><Tag><Name>" + tagName.toUtf8()
+           + "</Name></Tag></TagList></CTDefinitions>";
 }
 
 // The tag names of the watcher's tree, or "(null)", and the files its system watcher watches.
@@ -293,7 +295,7 @@ void tst_TgchFileProcessor::documents()
     QCOMPARE(expected.startsWith("channels=") ? summary(tree.data())
                                               : key + '=' + valueOf(dump(tree.data()), key),
              expected);
-    // The placeholder always holds the channel defaults, whatever a "None" element in the file held.
+    // The placeholder always holds the channel defaults, whatever a "None" element held.
     pKanalDef_t placeholder;
     placeholder.Name = "None";
     COMPARE_DUMPS(dump(*tree->ChannelList.first()), dump(placeholder));
