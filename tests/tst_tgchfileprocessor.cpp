@@ -224,10 +224,7 @@ void tst_TgchFileProcessor::fullFile()
     COMPARE_DUMPS(dump(reread.data()), golden("full.dump"));
 
     Models models(tree.data());
-    OpenedFile file;
-    file.filePath = path;
-    file.channelModel = &models.channels;
-    file.tagModel = &models.tags;
+    OpenedFile file{0, path, 0, &models.channels, &models.tags};
     QVERIFY(TgchFileProcessor::writeToFile(&file));
     QCOMPARE(readAll(path), readAll(kData + "exported.xml"));
     reread.reset(TgchFileProcessor::loadFileData(path));
