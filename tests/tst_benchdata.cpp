@@ -95,23 +95,23 @@ void tst_BenchData::tapeWritesTheSameBytes_data()
     QTest::addColumn<QByteArray>("again");
     QTest::addColumn<QByteArray>("otherSeed");
     const auto row = [](const char *name, int indent, bool documentModel,
-                        const std::function<TirrelGen::Output(quint32)> &generate) {
-        QTest::newRow(name) << indent << documentModel << generate(1) << generate(1).bytes
-                            << generate(2).bytes;
+                        const std::function<TirrelGen::Output(quint32, bool)> &generate) {
+        QTest::newRow(name) << indent << documentModel << generate(1, true)
+                            << generate(1, false).bytes << generate(2, false).bytes;
     };
-    row("page", 4, false, [](quint32 seed) {
+    row("page", 4, false, [](quint32 seed, bool tape) {
         TirrelGen::PageRequest request;
         request.seed = seed;
-        return TirrelGen::page(request, true);
+        return TirrelGen::page(request, tape);
     });
-    row("definitions", 4, false, [](quint32 seed) {
-        return TirrelGen::definitionFile(TirrelGen::definitionData(1000, seed), true);
+    row("definitions", 4, false, [](quint32 seed, bool tape) {
+        return TirrelGen::definitionFile(TirrelGen::definitionData(1000, seed), tape);
     });
-    row("model export", 1, true, [](quint32 seed) {
-        return TirrelGen::definitionModelFile(TirrelGen::definitionData(1000, seed), true);
+    row("model export", 1, true, [](quint32 seed, bool tape) {
+        return TirrelGen::definitionModelFile(TirrelGen::definitionData(1000, seed), tape);
     });
-    row("object library", 4, false, [](quint32 seed) {
-        return TirrelGen::objectLibrary(1000, seed, 0, false, true);
+    row("object library", 4, false, [](quint32 seed, bool tape) {
+        return TirrelGen::objectLibrary(1000, seed, 0, false, tape);
     });
 }
 
