@@ -12,7 +12,6 @@ namespace defs {
 inline QString valueText(const QVariant &v)
 {
     switch (v.userType()) {
-    case QMetaType::Bool: return QString::number(v.toInt());
     case QMetaType::Double: return QString::number(v.toDouble(), 'g', 17);
     case QMetaType::QString: return QLatin1Char('"') + v.toString() + QLatin1Char('"');
     }
@@ -68,6 +67,12 @@ inline QByteArray readAll(const QString &path)
 {
     QFile file(path);
     return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray("(unreadable)");
+}
+
+// A file's lines, for COMPARE_DUMPS.
+inline QStringList lines(const QByteArray &bytes)
+{
+    return QString::fromUtf8(bytes).split('\n');
 }
 
 inline bool writeAll(const QString &path, const QByteArray &bytes)
