@@ -59,7 +59,7 @@ case "$cmd" in
         # intercept_tls_get_addr=0: the LeakSanitizer of GCC 12 crashes ("Tracer caught signal
         # 11") walking the thread-local blocks of libjpeg, which Qt's PDF writer loads through
         # its JPEG image plug-in (tirrel page render -o x.pdf).
-        export ASAN_OPTIONS=detect_leaks=1:halt_on_error=1:fast_unwind_on_malloc=0:intercept_tls_get_addr=0
+        export ASAN_OPTIONS=detect_leaks=1:halt_on_error=1:intercept_tls_get_addr=0
         export UBSAN_OPTIONS=print_stacktrace=1:halt_on_error=1
         export LSAN_OPTIONS=suppressions=$here/tests/lsan.supp:print_suppressions=0
         (cd "${BUILD_DIR:-$here/build}-sanitize" && ctest --output-on-failure -j "$jobs")
