@@ -1,10 +1,11 @@
-// The library's own XML tree against Qt's DOM on the same bytes. A document the tree takes must
-// be one the DOM and the stream reader take as well, within the input limits, and read the same
+// The library's XML tree against Qt's DOM on the same bytes. A document the tree takes must be
+// one the DOM and the stream reader take as well, within the input limits, and read the same
 // through both kinds of node; a well-formed document without a document type declaration must
-// be taken. The readers of pages, definition files and object libraries, which read through the
-// tree where it takes a document, must give what they give through the DOM alone on every one
-// of these documents, and on page, definition and library files made awkward in every way the
-// tree must follow the DOM in (encodings, marks, markup inside texts, white space, refusals).
+// be taken. The readers of pages, definition files and object libraries read through the tree
+// where it takes a document and must give what they give through the DOM alone: on every one of
+// these documents, on fixtures made awkward in every way the tree must follow the DOM in, and on
+// hostile documents (entity expansion, extreme nesting), which past the input limits read as a
+// malformed document does and within them as the plain document they stand for.
 //
 // The awkward documents are the files of data/xml, whose names state the tree's verdict:
 // "accepted-", "malformed-", "doctype-", "deep-" (nested past the limit), "unsupported-" (left to
@@ -178,6 +179,40 @@ const struct
     {"text after the root", V::Malformed, [](const QByteArray &b) { return b + "x"; }},
 };
 
+
+// Every reader finds something in this body: a page name, a tag and a library object "obj".
+QByteArray document(const QByteArray &prolog, const QByteArray &name, const QByteArray &extra = {})
+{
+    return prolog + "<Root><ItemList/><PageProperties><pageName>" + name
+           + "</pageName></PageProperties><TagList><Tag><Name>" + name
+           + "</Name></Tag></TagList><object name=\"obj\"/>" + extra + "</Root>";
+}
+
+QByteArray nested(int depth, const QByteArray &open = "<a>", const QByteArray &close = "</a>")
+{
+    return open.repeated(depth) + close.repeated(depth);
+}
+
+// The body nested `depth` levels deeper: "UTF-16LE" with a byte-order mark, "UTF-16BE" without
+// one, "windows-1252" declared.
+QByteArray encodedDocument(const char *encoding, int depth)
+{
+    const bool declared = qstrcmp(encoding, "windows-1252") == 0;
+    const QString text = QString::fromUtf8(document(
+            declared ? "<?xml version=\"1.0\" encoding=\"windows-1252\"?>" : "",
+            "Pump \xc3\xa7", nested(depth)));
+    const QScopedPointer<QTextEncoder> encoder(QTextCodec::codecForName(encoding)->makeEncoder(
+            qstrcmp(encoding, "UTF-16BE") == 0 ? QTextCodec::IgnoreHeader
+                                               : QTextCodec::DefaultConversion));
+    return encoder->fromUnicode(text);
+}
+
+QByteArray entities(const QByteArray &declarations, const QByteArray &name,
+                    const QByteArray &extra = {})
+{
+    return document("<!DOCTYPE Root [" + declarations + "]>", name, extra);
+}
+
 } // namespace
 
 class TestXmlTree : public QObject
@@ -189,6 +224,8 @@ private slots:
     void documents();
     void readers_data();
     void readers();
+    void hostile_data();
+    void hostile();
     void nullNodesAndReuse();
 };
 
@@ -289,6 +326,83 @@ void TestXmlTree::readers()
     if (verdict >= 0)
         QCOMPARE(int(XmlTree().parse(bytes).verdict), verdict);
     COMPARE_DUMPS(readersDump(bytes, false), readersDump(bytes, true));
+}
+
+void TestXmlTree::hostile_data()
+{
+    QTest::addColumn<QByteArray>("bytes");
+    QTest::addColumn<QByteArray>("plain");      // a document that reads the same
+    const QByteArray refused = "<";
+    // Billion laughs: ten entities, each made of ten of the one before.
+    QByteArray laughs = "<!ENTITY lol0 \"lol\">\n";
+    for (int i = 1; i <= 9; ++i) {
+        laughs += "<!ENTITY lol" + QByteArray::number(i) + " \""
+                  + ("&lol" + QByteArray::number(i - 1) + ";").repeated(10) + "\">\n";
+    }
+    const QByteArray big = "<!ENTITY big \"" + QByteArray(4000, 'x') + "\">";
+    QTest::newRow("nested entities") << entities(laughs, "&lol9;") << refused;
+    QTest::newRow("one entity repeated")
+            << entities(big, "n", "<p>" + QByteArray("&big;").repeated(100000) + "</p>") << refused;
+    QTest::newRow("entity in an attribute, repeated")
+            << entities(big, "n", QByteArray("<p a=\"&big;\"/>").repeated(300)) << refused;
+    QTest::newRow("parameter entity") << entities("<!ENTITY % p \"<!ENTITY e 'x'>\"> %p;", "n")
+                                      << refused;
+    QTest::newRow("external entity") << entities("<!ENTITY e SYSTEM \"/etc/passwd\">", "&e;")
+                                     << refused;
+    QTest::newRow("entity holding markup") << entities("<!ENTITY e \"<a><a></a></a>\">", "&e;")
+                                           << refused;
+    QTest::newRow("entity holding a character reference")
+            << entities("<!ENTITY e \"&#60;a>\">", "n") << refused;
+    QTest::newRow("100,000 deep") << document({}, "n", nested(100000)) << refused;
+    QTest::newRow("100,000 deep, with attributes")
+            << document({}, "n", nested(100000, "<a b=\"/>\" c='>'>")) << refused;
+    QTest::newRow("1025 deep") << document({}, "n", nested(1024)) << refused;
+    // A comment may begin with ">" and hold anything up to its "-->": the end tags in it, or in
+    // CDATA, do not make up for the nesting after it.
+    QTest::newRow("deep after a comment opening with >")
+            << document({}, "n", "<!--> " + QByteArray("</a>").repeated(2000) + " -->" + nested(1100))
+            << refused;
+    QTest::newRow("deep after CDATA holding end tags")
+            << document({}, "n", "<![CDATA[" + QByteArray("</a>").repeated(2000) + "]]>" + nested(1100))
+            << refused;
+    // Refused by the tree for their depth, then by the DOM path's limits, in any encoding.
+    for (const char *encoding : {"UTF-16LE", "UTF-16BE", "windows-1252"}) {
+        QTest::addRow("100 deep, %s", encoding)
+                << encodedDocument(encoding, 100) << document({}, "Pump \xc3\xa7");
+        QTest::addRow("100,000 deep, %s", encoding) << encodedDocument(encoding, 100000) << refused;
+    }
+
+    const QByteArray pump = document({}, "Pump");
+    QTest::newRow("1024 deep") << document({}, "Pump", nested(1023)) << pump;
+    QTest::newRow("1024 deep in empty elements")
+            << document({}, "Pump", nested(1023) + QByteArray("<b/>").repeated(5000)) << pump;
+    QTest::newRow("markup in comments, instructions, CDATA and attributes")
+            << document("<?xml version=\"1.0\"?><!-- <a><a><a> -->",
+                        "Pump<!-- </Root> --><?x </Root> ?><![CDATA[ and <a> ]]>",
+                        "<p a=\"&gt;/>]]>\" b='\"--'>" + QByteArray("<q></q>").repeated(10)
+                        + "</p><![CDATA[<a><a>]]]]><!--]]>-->")
+            << document({}, "Pump and &lt;a> ");
+    // Read by the DOM path: it has a document type declaration.
+    QTest::newRow("plain entities")
+            << document("<!DOCTYPE Root SYSTEM \"x[y]>.dtd\" [\n  <!-- declarations ]> -->\n"
+                        "  <?note ]> ?>\n  <!ELEMENT Root ANY>\n  <!ATTLIST Root a CDATA \"v>w\">\n"
+                        "  <!ENTITY site \"Pump\">\n  <!ENTITY unused 'never referenced'>\n]>",
+                        "&site;", QByteArray("<p a=\"&site;\">&site;&amp;&#65;</p>").repeated(50))
+            << pump;
+    QTest::newRow("declared ISO-8859-1")
+            << document("<?xml version=\"1.0\" encoding=\"ISO-8859-1\"?>", "Pump \xe7")
+            << document({}, "Pump \xc3\xa7");
+    QTest::newRow("declared UTF-8 with byte-order mark")
+            << "\xef\xbb\xbf" + document("<?xml version='1.0' encoding='utf-8'?>", "Pump") << pump;
+}
+
+void TestXmlTree::hostile()
+{
+    QFETCH(QByteArray, bytes);
+    QFETCH(QByteArray, plain);
+    const QStringList viaTree = readersDump(bytes, false);
+    COMPARE_DUMPS(viaTree, readersDump(bytes, true));
+    COMPARE_DUMPS(viaTree, readersDump(plain, false));
 }
 
 void TestXmlTree::nullNodesAndReuse()
