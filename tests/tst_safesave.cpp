@@ -2,6 +2,7 @@
 // folder that cannot take new files, a read-only file, a full disk (a small tmpfs where one can
 // be mounted, else a file size limit), a size limit at the last byte and a writer killed
 // midway.
+#include "defsDump.h"
 #include "pageDump.h"
 #include "serviceTestSupport.h"
 #include "tirrelGen.h"
@@ -27,14 +28,10 @@
 
 namespace {
 
-// How a child's save ended.
-enum ChildExit {
-    Crashed = -1,       // the child did not end normally (killed by the size limit's signal)
-    SaveFailed = 0,     // the writer returned false
-    Saved = 1,          // the writer returned true
-    SetupFailed = 2,    // the limit or the user could not be set
-    CannotReach = 3,    // as the unprivileged user, the folder is out of reach
-};
+// How a child's save ended: not normally (killed by the size limit's signal), the writer
+// returned false or true, the limit or the user could not be set, or as the unprivileged user
+// the folder is out of reach.
+enum ChildExit { Crashed = -1, SaveFailed, Saved, SetupFailed, CannotReach };
 
 // The writers save to the user library file <HOME>/Parvane/userlib.xml, the image copy to the
 // user image folder; both come from the engine's own paths.
@@ -49,26 +46,22 @@ bool save(const QString &writer, const QString &path)
 {
     const TirrelGen::DefinitionData definitions = TirrelGen::definitionData(2000, 7);
     if (writer == QLatin1String("page")) {
-        ScaFileData *page = ScaFileProcessor::loadFileData(TirrelGen::page({}).bytes, path);
-        const bool saved = page && ScaFileProcessor::saveFileData(page, path);
-        pagedump::deletePage(page);
-        return saved;
+        const std::unique_ptr<ScaFileData, void (*)(ScaFileData *)> page(
+                ScaFileProcessor::loadFileData(TirrelGen::page({}).bytes, path), pagedump::deletePage);
+        return ScaFileProcessor::saveFileData(page.get(), path);
     }
-    if (writer == QLatin1String("definitions")) {
-        QScopedPointer<FileDataTree> tree(
-                TgchFileProcessor::loadFileData(TirrelGen::definitionFile(definitions).bytes));
+    const QScopedPointer<FileDataTree> tree(
+            TgchFileProcessor::loadFileData(TirrelGen::definitionFile(definitions).bytes));
+    if (writer == QLatin1String("definitions"))
         return TgchFileProcessor::writeToFile(tree.data(), path);
-    }
     if (writer == QLatin1String("export")) {
         QStandardItemModel models[2];
         const QVector<QStringList> rows[2] = {TirrelGen::channelModelRows(definitions),
                                               TirrelGen::tagModelRows(definitions)};
         for (int m = 0; m < 2; ++m) {
-            for (const QStringList &row : rows[m]) {
-                QList<QStandardItem *> cells;
-                for (const QString &cell : row)
-                    cells << new QStandardItem(cell);
-                models[m].appendRow(cells);
+            for (int row = 0; row < rows[m].size(); ++row) {
+                for (int column = 0; column < rows[m][row].size(); ++column)
+                    models[m].setItem(row, column, new QStandardItem(rows[m][row][column]));
             }
         }
         return TgchFileProcessor::writeToFile(&models[0], &models[1], path);
@@ -149,12 +142,6 @@ QPair<int, QString> runSave(const QString &writer, const QString &home, qint64 l
                  QString::number(int(killed)), QString::number(int(dropRoot))});
     const bool ended = child.waitForFinished(240000) && child.exitStatus() == QProcess::NormalExit;
     return {ended ? child.exitCode() : int(Crashed), QString::fromUtf8(child.readAllStandardOutput())};
-}
-
-QByteArray contents(const QString &path)
-{
-    QFile file(path);
-    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray("(unreadable)");
 }
 
 void setMode(const QString &path, mode_t mode)
@@ -250,16 +237,14 @@ void tst_SafeSave::save()
     if (!references.contains(writer)) {
         Home scratch(false);
         QCOMPARE(runSave(writer, scratch.base.path(), 0, false, false).first, int(Saved));
-        references.insert(writer, contents(targetOf(writer, scratch.base.path())));
+        references.insert(writer, defs::readAll(targetOf(writer, scratch.base.path())));
     }
     const QByteArray reference = references.value(writer);
     QVERIFY2(reference.size() > 256 * 1024, "the content is meant to span several writes");
 
     const bool sameContent = condition == UnwritableFolderSameContent;
     const bool unwritableFolder = condition == UnwritableFolder || sameContent;
-    QFile oldFile(target);
-    QVERIFY(oldFile.open(QIODevice::WriteOnly) && oldFile.write(sameContent ? reference : OldContent) > 0);
-    oldFile.close();
+    QVERIFY(defs::writeAll(target, sameContent ? reference : OldContent));
     // Root passes any permission bits: such a child saves as the user nobody.
     const bool asNobody = geteuid() == 0 && (unwritableFolder || condition == ReadOnlyFile);
     if (asNobody)
@@ -285,7 +270,7 @@ void tst_SafeSave::save()
     QCOMPARE(stat(QFile::encodeName(target).constData(), &after), 0);
     if (condition == KeepsModeAndOwner || sameContent || (condition == ReadOnlyFile && image)) {
         QCOMPARE(run.first, int(Saved));
-        QVERIFY(contents(target) == reference);
+        QVERIFY(defs::readAll(target) == reference);
         QCOMPARE(after.st_ino == before.st_ino, sameContent);
         if (sameContent)
             QCOMPARE(after.st_mtim.tv_nsec, before.st_mtim.tv_nsec);
@@ -297,7 +282,7 @@ void tst_SafeSave::save()
         QVERIFY(image || (after.st_uid == before.st_uid && after.st_gid == before.st_gid));
     } else {
         QCOMPARE(run.first, condition == Killed ? int(Crashed) : int(SaveFailed));
-        QVERIFY(contents(target) == OldContent);
+        QVERIFY(defs::readAll(target) == OldContent);
         QCOMPARE(after.st_ino, before.st_ino);
         // Why it failed, in words (the image copy has no result of its own to tell it by).
         const char *reason = condition == UnwritableFolder ? "is not writable"
@@ -317,15 +302,13 @@ void tst_SafeSave::failedWriterLeavesFile()
 {
     QTemporaryDir dir;
     const QString path = dir.filePath(QStringLiteral("page.xml"));
-    QFile old(path);
-    QVERIFY(old.open(QIODevice::WriteOnly) && old.write(OldContent) == OldContent.size());
-    old.close();
+    QVERIFY(defs::writeAll(path, OldContent));
     QVERIFY(!FileAccess::saveFile(path, [](QIODevice &device) {
         return device.write(QByteArray(300 * 1024, 'x')) > 0 && false;
     }));
     QCOMPARE(FileAccess::lastSaveOutcome(), FileAccess::Failed);
     QVERIFY(!FileAccess::lastSaveError().isEmpty());
-    QCOMPARE(contents(path), OldContent);
+    QCOMPARE(defs::readAll(path), OldContent);
     QCOMPARE(QDir(dir.path()).entryList(QDir::Files | QDir::Hidden), QStringList{"page.xml"});
 }
 
