@@ -17,11 +17,6 @@
 
 namespace {
 
-QString dataPath(const QString &relative)
-{
-    return QStringLiteral(TIRREL_TEST_DATA "/") + relative;
-}
-
 // True when the saved bytes hold only characters XML 1.0 allows: no control characters but tab,
 // line feed and carriage return, no U+FFFE or U+FFFF.
 bool onlyXmlCharacters(const QByteArray &saved)
@@ -90,31 +85,18 @@ class tst_FixedPoint : public QObject
     Q_OBJECT
 
 private slots:
-    void initTestCase();
     void fixture_data();
     void fixture();
-    void engineReadsLikeTheLibraryReader();
 
 private:
     QTemporaryDir m_dir;
 };
 
-void tst_FixedPoint::initTestCase()
-{
-    QVERIFY(m_dir.isValid());
-    // The engine reads the user library of this process's own home folder on its creation.
-    const QString userLibPath = QDir::homePath() + QStringLiteral("/Parvane/");
-    QVERIFY(QDir().mkpath(userLibPath));
-    QFile::remove(userLibPath + QStringLiteral("userlib.xml"));
-    QVERIFY(QFile::copy(dataPath(QStringLiteral("library/userlib.xml")),
-                        userLibPath + QStringLiteral("userlib.xml")));
-}
-
 void tst_FixedPoint::fixture_data()
 {
     QTest::addColumn<QString>("kind");
     QTest::addColumn<QByteArray>("input");
-    const QDir data(dataPath(QString()));
+    const QDir data(QStringLiteral(TIRREL_TEST_DATA));
     QStringList files;
     QDirIterator it(data.path(), QDir::Files, QDirIterator::Subdirectories);
     while (it.hasNext())
@@ -160,20 +142,6 @@ void tst_FixedPoint::fixture()
     const Pass third = pass(again, second.saved, m_dir.path());
     COMPARE_DUMPS(third.dump, second.dump);
     QCOMPARE(third.saved, second.saved);
-}
-
-// The engine reads its files through readObjectLibrary(): both give the same records.
-void tst_FixedPoint::engineReadsLikeTheLibraryReader()
-{
-    // initTestCase put the fixture in place before anything created the engine.
-    const QList<ScadaLibObject *> catalogue = *ScadaEngine::instance()->getLibObjects();
-    QList<ScadaLibObject *> read;
-    QVERIFY(readObjectLibrary(defs::readAll(dataPath(QStringLiteral("library/userlib.xml"))), true,
-                              &read));
-    const QStringList expected = pagedump::dumpList(QStringLiteral("object"), read);
-    qDeleteAll(read);
-    QVERIFY(!read.isEmpty());
-    COMPARE_DUMPS(pagedump::dumpList(QStringLiteral("object"), catalogue), expected);
 }
 
 QTEST_GUILESS_MAIN(tst_FixedPoint)
