@@ -2,6 +2,8 @@
 #include <projectFileProbe.h>
 #include <scaFileProcessor.h>
 
+#include "defsDump.h"
+
 #include <QFile>
 #include <QTemporaryDir>
 #include <QtTest>
@@ -10,8 +12,6 @@
 #include <unistd.h>
 
 #include <memory>
-
-Q_DECLARE_METATYPE(ProjectFileInfo_t::Kind)
 
 namespace {
 
@@ -27,21 +27,16 @@ QByteArray nested(int depth)
            + QByteArray("</a>").repeated(depth) + QByteArray("</ScadaFile>");
 }
 
-// "kind root line:column" for one comparison that names every part.
-QString summary(int kind, const QString &root = {}, int line = 0, int column = 0)
+// "kind root line:column message" for one comparison that names every part.
+QString summary(int kind, const QString &root = {}, int line = 0, int column = 0,
+                const QString &message = {})
 {
-    return QStringLiteral("%1 %2 %3:%4")
+    return QStringLiteral("%1 %2 %3:%4 %5")
         .arg(kind)
         .arg(root.isEmpty() ? QStringLiteral("-") : root)
         .arg(line)
-        .arg(column);
-}
-
-void writeFile(const QString &path, const QByteArray &data)
-{
-    QFile file(path);
-    QVERIFY(file.open(QIODevice::WriteOnly));
-    QCOMPARE(file.write(data), qint64(data.size()));
+        .arg(column)
+        .arg(message);
 }
 
 } // namespace
@@ -53,13 +48,6 @@ class tst_ProjectFileProbe : public QObject
 private slots:
     void probe_data();
     void probe();
-    void agreesWithReaders_data();
-    void agreesWithReaders();
-    void messages();
-    void probeFile_data();
-    void probeFile();
-    void probeFileUnreadable();
-    void probeFileTooLarge();
 
 private:
     QTemporaryDir m_dir;
@@ -68,152 +56,106 @@ private:
 void tst_ProjectFileProbe::probe_data()
 {
     using K = ProjectFileInfo_t;
+    QTest::addColumn<QString>("file");          // empty: the bytes are probed
     QTest::addColumn<QByteArray>("data");
     QTest::addColumn<QString>("expected");
 
-    QTest::newRow("empty") << QByteArray() << summary(K::Empty);
-    QTest::newRow("byte-order mark only") << QByteArray("\xEF\xBB\xBF\n") << summary(K::Empty);
-    QTest::newRow("CSV text") << QByteArray("1;200;Pump1;WORD\n") << summary(K::NotXml, {}, 1, 1);
-    QTest::newRow("text before the markup") << QByteArray("x<ScadaFile/>")
-                                            << summary(K::NotXml, {}, 1, 1);
-    QTest::newRow("page") << QByteArray("<?xml version=\"1.0\"?>\n<ScadaFile><ItemList/></ScadaFile>")
+    const QString eof = QStringLiteral("unexpected end of file");
+    const QString notXml = QStringLiteral("error occurred while parsing element");
+    const QString limit = QStringLiteral(", the most the readers take");
+    QTest::newRow("empty") << QString() << QByteArray() << summary(K::Empty);
+    QTest::newRow("byte-order mark only") << QString() << QByteArray("\xEF\xBB\xBF\n") << summary(K::Empty);
+    QTest::newRow("CSV text") << QString() << QByteArray("1;200;Pump1;WORD\n") << summary(K::NotXml, {}, 1, 1, notXml);
+    QTest::newRow("text before the markup") << QString() << QByteArray("x<ScadaFile/>")
+                                            << summary(K::NotXml, {}, 1, 1, notXml);
+    QTest::newRow("page") << QString() << QByteArray("<?xml version=\"1.0\"?>\n<ScadaFile><ItemList/></ScadaFile>")
                           << summary(K::PageFile, "ScadaFile");
-    QTest::newRow("page after a byte-order mark and blank lines")
+    QTest::newRow("page after a byte-order mark and blank lines") << QString()
         << QByteArray("\xEF\xBB\xBF\n\n  <ScadaFile/>") << summary(K::PageFile, "ScadaFile");
-    QTest::newRow("page in UTF-16")
+    QTest::newRow("page in UTF-16") << QString()
         << utf16le(QStringLiteral("<?xml version=\"1.0\" encoding=\"UTF-16\"?><ScadaFile/>"))
         << summary(K::PageFile, "ScadaFile");
-    QTest::newRow("definition file") << QByteArray("<CTDefinitions><TagList/></CTDefinitions>")
+    QTest::newRow("definition file") << QString() << QByteArray("<CTDefinitions><TagList/></CTDefinitions>")
                                      << summary(K::DefinitionFile, "CTDefinitions");
-    QTest::newRow("exported definition file")
+    QTest::newRow("exported definition file") << QString()
         << QByteArray("<!DOCTYPE ChannelAndTagDefinitions>\n<CTDefinitions/>")
         << summary(K::DefinitionFile, "CTDefinitions");
-    QTest::newRow("object library") << QByteArray("<scadaObjectTypes><object name=\"P\"/></scadaObjectTypes>")
+    QTest::newRow("object library") << QString() << QByteArray("<scadaObjectTypes><object name=\"P\"/></scadaObjectTypes>")
                                     << summary(K::ObjectLibraryFile, "scadaObjectTypes");
-    QTest::newRow("root names count letter case") << QByteArray("<scadafile/>")
+    QTest::newRow("root names count letter case") << QString() << QByteArray("<scadafile/>")
                                                   << summary(K::OtherXml, "scadafile");
-    QTest::newRow("mismatched end tag") << QByteArray("<ScadaFile>\n<ItemList>\n</Items>\n</ScadaFile>")
-                                        << summary(K::Malformed, {}, 3, 8);
-    QTest::newRow("nested beyond the readers' limit")
-        << nested(1100) << summary(K::Malformed, {}, 0, 0);
-    QTest::newRow("nested within the readers' limit")
+    QTest::newRow("mismatched end tag") << QString() << QByteArray("<ScadaFile>\n<ItemList>\n</Items>\n</ScadaFile>")
+                                        << summary(K::Malformed, {}, 3, 8, "tag mismatch");
+    QTest::newRow("cut short") << QString() << QByteArray("<a>") << summary(K::Malformed, {}, 1, 4, eof);
+    // Which of the readers' limits a document exceeds.
+    QTest::newRow("nested beyond the readers' limit") << QString()
+        << nested(1100)
+        << summary(K::Malformed, {}, 0, 0, "the document nests elements more than 1024 deep" + limit);
+    QTest::newRow("nested within the readers' limit") << QString()
         << nested(1000) << summary(K::PageFile, "ScadaFile");
-    QTest::newRow("external entity")
+    QTest::newRow("external entity") << QString()
         << QByteArray("<!DOCTYPE x [<!ENTITY e SYSTEM \"/etc/passwd\">]><ScadaFile>&e;</ScadaFile>")
-        << summary(K::Malformed, {}, 0, 0);
+        << summary(K::Malformed, {}, 0, 0,
+                   "the document declares entities other than plain texts (external or parameter "
+                   "entities, or entities holding markup or references), which the readers do not take");
+    QTest::newRow("entities expanding too far") << QString()
+        << "<!DOCTYPE x [<!ENTITY e \"" + QByteArray(1000, 'a') + "\">]><x>"
+                  + QByteArray("&e;").repeated(1100) + "</x>"
+        << summary(K::Malformed, {}, 0, 0,
+                   "the document's entities expand to more than 1048576 characters" + limit);
+    // A file: the name never counts (a page called .csv is a page, a CSV called .xml is no XML).
+    QTest::newRow("page named .csv") << "page.csv" << QByteArray("<ScadaFile/>")
+                                     << summary(K::PageFile, "ScadaFile");
+    QTest::newRow("text named .xml") << "tags.xml" << QByteArray("a;b;c;d")
+                                     << summary(K::NotXml, {}, 1, 1, notXml);
+    QTest::newRow("missing file") << "missing.xml" << QByteArray() << summary(K::Unreadable, {}, 0, 0, "no such file");
+    QTest::newRow("folder") << "folder" << QByteArray() << summary(K::Unreadable, {}, 0, 0, "a folder, not a file");
+    // A pipe without a writer would block a reader for ever; it is never opened.
+    QTest::newRow("pipe") << "pipe" << QByteArray() << summary(K::Unreadable, {}, 0, 0, "not a regular file");
+    QTest::newRow("unreadable") << "locked.xml" << QByteArray("<ScadaFile/>")
+                                << summary(K::Unreadable, {}, 0, 0, "Permission denied");
+    // A sparse file: its size counts, not the space it takes.
+    QTest::newRow("too large") << "huge.xml" << QByteArray("<ScadaFile>") << summary(K::TooLarge, {}, 0, 0,
+            "larger than 536870912 bytes, the most that is read (536870913 bytes)");
 }
+
 
 void tst_ProjectFileProbe::probe()
 {
+    QFETCH(QString, file);
     QFETCH(QByteArray, data);
     QFETCH(QString, expected);
-    const ProjectFileInfo_t info = ProjectFileProbe::probe(data);
-    QCOMPARE(summary(info.kind, info.rootElement, info.errorLine, info.errorColumn), expected);
-    const bool failed = info.kind == ProjectFileInfo_t::Malformed
-                        || info.kind == ProjectFileInfo_t::NotXml;
-    QCOMPARE(!info.errorMessage.isEmpty(), failed);
-    // The root element alone tells the same kind of every well-formed document.
-    const ProjectFileInfo_t root = ProjectFileProbe::probeRoot(data);
-    if (!info.rootElement.isEmpty() || !failed)
-        QCOMPARE(summary(root.kind, root.rootElement), summary(info.kind, info.rootElement));
-}
-
-void tst_ProjectFileProbe::agreesWithReaders_data()
-{
-    probe_data();
-}
-
-void tst_ProjectFileProbe::agreesWithReaders()
-{
-    // What the probe calls well-formed, the page reader loads, and nothing else.
-    QFETCH(QByteArray, data);
-    const ProjectFileInfo_t info = ProjectFileProbe::probe(data);
-    const bool wellFormed = !info.rootElement.isEmpty();
-    std::unique_ptr<ScaFileData> page(ScaFileProcessor::loadFileData(data, QString()));
-    QCOMPARE(bool(page), wellFormed);
-    if (page)
-        page->deleteAllItems();
-}
-
-void tst_ProjectFileProbe::messages()
-{
-    QCOMPARE(ProjectFileProbe::probe("<a>").errorMessage, QStringLiteral("unexpected end of file"));
-    // Which of the readers' limits a document exceeds.
-    QVERIFY(ProjectFileProbe::probe(nested(1100)).errorMessage.contains("more than 1024 deep"));
-    QVERIFY(ProjectFileProbe::probe("<!DOCTYPE x [<!ENTITY e SYSTEM \"/etc/passwd\">]><x/>")
-                .errorMessage.contains("declares entities other than plain texts"));
-    const QByteArray laughs = "<!DOCTYPE x [<!ENTITY e \"" + QByteArray(1000, 'a') + "\">]><x>"
-                              + QByteArray("&e;").repeated(1100) + "</x>";
-    QVERIFY(ProjectFileProbe::probe(laughs).errorMessage.contains("expand to more than 1048576"));
-}
-
-void tst_ProjectFileProbe::probeFile_data()
-{
-    QTest::addColumn<QString>("name");
-    QTest::addColumn<QByteArray>("data");
-    QTest::addColumn<ProjectFileInfo_t::Kind>("kind");
-    QTest::addColumn<QString>("message");
-
-    // The name never counts: a page called .csv is a page, a CSV called .xml is no XML.
-    QTest::newRow("page named .csv") << "page.csv" << QByteArray("<ScadaFile/>")
-                                     << ProjectFileInfo_t::PageFile << QString();
-    QTest::newRow("text named .xml") << "tags.xml" << QByteArray("a;b;c;d")
-                                     << ProjectFileInfo_t::NotXml
-                                     << "error occurred while parsing element";
-    QTest::newRow("missing file") << "missing.xml" << QByteArray() << ProjectFileInfo_t::Unreadable
-                                  << "no such file";
-    QTest::newRow("folder") << "folder" << QByteArray() << ProjectFileInfo_t::Unreadable
-                            << "a folder, not a file";
-    // A pipe without a writer would block a reader for ever; it is never opened.
-    QTest::newRow("pipe") << "pipe" << QByteArray() << ProjectFileInfo_t::Unreadable
-                          << "not a regular file";
-}
-
-void tst_ProjectFileProbe::probeFile()
-{
-    QFETCH(QString, name);
-    QFETCH(QByteArray, data);
-    QFETCH(ProjectFileInfo_t::Kind, kind);
-    QFETCH(QString, message);
-    const QString path = m_dir.filePath(name);
-    if (name == QLatin1String("folder"))
-        QVERIFY(QDir(m_dir.path()).mkpath(name));
-    else if (name == QLatin1String("pipe"))
-        QCOMPARE(::mkfifo(QFile::encodeName(path).constData(), 0600), 0);
-    else if (name != QLatin1String("missing.xml"))
-        writeFile(path, data);
-    const ProjectFileInfo_t info = ProjectFileProbe::probeFile(path);
-    QCOMPARE(info.kind, kind);
-    QCOMPARE(info.errorMessage, message);
-}
-
-void tst_ProjectFileProbe::probeFileUnreadable()
-{
-    if (geteuid() == 0)
-        QSKIP("file permissions do not bind the superuser");
-    const QString path = m_dir.filePath("locked.xml");
-    writeFile(path, "<ScadaFile/>");
-    QVERIFY(QFile::setPermissions(path, QFileDevice::WriteOwner));
-    const ProjectFileInfo_t info = ProjectFileProbe::probeFile(path);
-    QFile::setPermissions(path, QFileDevice::ReadOwner | QFileDevice::WriteOwner);
-    QCOMPARE(info.kind, ProjectFileInfo_t::Unreadable);
-    QVERIFY(!info.errorMessage.isEmpty());
-}
-
-void tst_ProjectFileProbe::probeFileTooLarge()
-{
-    // A sparse file: its size counts, not the space it takes.
-    const QString path = m_dir.filePath("huge.xml");
-    QFile file(path);
-    QVERIFY(file.open(QIODevice::WriteOnly));
-    QVERIFY(file.write("<ScadaFile>") > 0);
-    if (!file.resize(ProjectFileProbe::MaxFileSize + 1))
-        QSKIP("this file system cannot hold a sparse file of that size");
-    file.close();
-    const ProjectFileInfo_t info = ProjectFileProbe::probeFile(path);
-    QFile::remove(path);
-    QCOMPARE(info.kind, ProjectFileInfo_t::TooLarge);
-    QVERIFY(info.errorMessage.contains(QString::number(ProjectFileProbe::MaxFileSize)));
+    ProjectFileInfo_t info;
+    if (file.isEmpty()) {
+        info = ProjectFileProbe::probe(data);
+        // The root element alone tells the same kind of every well-formed document, and what
+        // the probe calls well-formed the page reader loads, and nothing else.
+        const ProjectFileInfo_t root = ProjectFileProbe::probeRoot(data);
+        if (!info.rootElement.isEmpty() || info.errorMessage.isEmpty())
+            QCOMPARE(summary(root.kind, root.rootElement), summary(info.kind, info.rootElement));
+        const std::unique_ptr<ScaFileData> page(ScaFileProcessor::loadFileData(data, QString()));
+        QCOMPARE(bool(page), !info.rootElement.isEmpty());
+        if (page)
+            page->deleteAllItems();
+    } else {
+        const QString path = m_dir.filePath(file);
+        if (file == QLatin1String("folder"))
+            QVERIFY(QDir(m_dir.path()).mkpath(file));
+        else if (file == QLatin1String("pipe"))
+            QCOMPARE(::mkfifo(QFile::encodeName(path).constData(), 0600), 0);
+        else if (file != QLatin1String("missing.xml"))
+            QVERIFY(defs::writeAll(path, data));
+        if (file == QLatin1String("locked.xml") && geteuid() == 0)
+            QSKIP("file permissions do not bind the superuser");
+        if (file == QLatin1String("locked.xml"))
+            QVERIFY(QFile::setPermissions(path, QFileDevice::WriteOwner));
+        if (file == QLatin1String("huge.xml") && !QFile(path).resize(ProjectFileProbe::MaxFileSize + 1))
+            QSKIP("this file system cannot hold a sparse file of that size");
+        info = ProjectFileProbe::probeFile(path);
+        QFile::remove(path);
+    }
+    QCOMPARE(summary(info.kind, info.rootElement, info.errorLine, info.errorColumn, info.errorMessage),
+             expected);
 }
 
 QTEST_GUILESS_MAIN(tst_ProjectFileProbe)

@@ -6,7 +6,6 @@
 #include <xmlTree_p.h>
 
 #include <QDomNamedNodeMap>
-#include <QSet>
 #include <QString>
 #include <QVector>
 
@@ -17,33 +16,31 @@ namespace XmlTreeDump {
 
 inline QString quoted(const XmlValue &value)
 {
-    if (value.isMissing())
-        return QStringLiteral("(missing)");
     const QString text = value.toString();
-    if (text.isNull())
-        return QStringLiteral("(null)");
+    if (value.isMissing() || text.isNull())
+        return value.isMissing() ? QStringLiteral("(missing)") : QStringLiteral("(null)");
     QString out = QStringLiteral("\"");
     for (const QChar c : text) {
-        if (c.unicode() < 0x20 || c.unicode() >= 0x7f || c == QLatin1Char('"') || c == QLatin1Char('\\'))
-            out += QStringLiteral("\\u%1").arg(c.unicode(), 4, 16, QLatin1Char('0'));
-        else
-            out += c;
+        const bool plain = c.unicode() >= 0x20 && c.unicode() < 0x7f && c != '"' && c != '\\';
+        out += plain ? QString(c) : QStringLiteral("\\u%1").arg(c.unicode(), 4, 16, QLatin1Char('0'));
     }
-    return out + QLatin1Char('"');
+    return out + '"';
 }
 
-inline QVector<QPair<QString, XmlValue>> attributesOf(const DomNode &node)
+using Attributes = QVector<QPair<QString, XmlValue>>;
+
+inline Attributes attributesOf(const DomNode &node)
 {
-    QVector<QPair<QString, XmlValue>> attributes;
+    Attributes attributes;
     const QDomNamedNodeMap map = node.element().attributes();
     for (int i = 0; i < map.count(); ++i)
         attributes.append({map.item(i).nodeName(), XmlValue(map.item(i).nodeValue())});
     return attributes;
 }
 
-inline QVector<QPair<QString, XmlValue>> attributesOf(const TreeNode &node)
+inline Attributes attributesOf(const TreeNode &node)
 {
-    QVector<QPair<QString, XmlValue>> attributes;
+    Attributes attributes;
     for (int i = 0; i < node.attributeCount(); ++i)
         attributes.append({node.attributeName(i), node.attributeValue(i)});
     return attributes;
@@ -57,26 +54,26 @@ QString dump(const Node &root)
     if (!root.isNull())
         stack.push_back({root, 0});
     while (!stack.empty()) {
-        const Node node = stack.back().first;
-        const int depth = stack.back().second;
+        const auto [node, depth] = stack.back();
         stack.pop_back();
         const QByteArray name = node.name().toLatin1();
-        const XmlName xmlName(name.constData());
-        out += QString(depth, QLatin1Char(' ')) + node.name();
-        if (!node.hasName(xmlName))
+        out += QString(depth, ' ') + node.name();
+        if (!node.hasName(XmlName(name.constData())))
             out += QStringLiteral(" (hasName fails)");
-        auto attributes = attributesOf(node);
+        Attributes attributes = attributesOf(node);
         std::sort(attributes.begin(), attributes.end(),
                   [](const auto &a, const auto &b) { return a.first < b.first; });
-        for (const auto &attribute : attributes) {
-            const QByteArray key = attribute.first.toLatin1();
-            const QString byName = quoted(node.attribute(XmlName(key.constData())));
-            out += QLatin1Char(' ') + attribute.first + QLatin1Char('=') + quoted(attribute.second);
-            if (byName != quoted(attribute.second))
+        for (const auto &[key, value] : attributes) {
+            const QByteArray latin1 = key.toLatin1();
+            const QString byName = quoted(node.attribute(XmlName(latin1.constData())));
+            out += ' ' + key + '=' + quoted(value);
+            if (byName != quoted(value))
                 out += QStringLiteral(" (by name: %1)").arg(byName);
         }
         out += QStringLiteral(" text=") + quoted(node.text());
 
+        // Each distinct child name: how many children the look-ups by name step through; then
+        // the index nameIndex gives each child.
         std::vector<Node> children;
         QVector<QByteArray> distinct;
         for (Node child = node.firstChildElement(); !child.isNull(); child = child.nextSiblingElement()) {
@@ -84,8 +81,6 @@ QString dump(const Node &root)
             if (!distinct.contains(child.name().toLatin1()))
                 distinct.append(child.name().toLatin1());
         }
-        // Each distinct child name: how many children the look-ups by name step through, and
-        // the index nameIndex gives each child.
         std::vector<XmlName> names;
         for (const QByteArray &n : distinct)
             names.emplace_back(n.constData());
@@ -100,7 +95,7 @@ QString dump(const Node &root)
         const XmlNames indexed(list.constData(), list.size());
         for (const Node &child : children)
             out += QStringLiteral(" #%1").arg(child.nameIndex(indexed));
-        out += QLatin1Char('\n');
+        out += '\n';
         for (auto c = children.rbegin(); c != children.rend(); ++c)
             stack.push_back({*c, depth + 1});
     }
