@@ -1,10 +1,13 @@
 #pragma once
 // One line per field of a page and its item records ("scadaObjects[1].Tooltip=..."), taken from
 // the library's field tables, so that a whole page is compared in one go and a failure names
-// the field that differs.
+// the field that differs; and the page tests' loading, saving and comparing helpers.
 #include <recordFields_p.h>
+#include <scaFileProcessor.h>
 
 #include <QBrush>
+#include <QFile>
+#include <QScopedPointer>
 #include <QFont>
 #include <QRegularExpression>
 #include <QSize>
@@ -154,4 +157,65 @@ inline void deletePage(ScaFileData *page)
     delete page;
 }
 
+struct PageDeleter
+{
+    static void cleanup(ScaFileData *page) { deletePage(page); }
+};
+using Page = QScopedPointer<ScaFileData, PageDeleter>;
+
+inline QByteArray fileContent(const QString &path)
+{
+    QFile file(path);
+    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
+}
+
+inline bool writeFile(const QString &path, const QByteArray &bytes)
+{
+    QFile file(path);
+    return file.open(QIODevice::WriteOnly) && file.write(bytes) == bytes.size();
+}
+
+inline QString fixture(const QString &name)
+{
+    return QStringLiteral(TIRREL_TEST_DATA "/pages/") + name;
+}
+
+// The page of a file holding the given items ("Item" elements).
+inline ScaFileData *loadItems(const QByteArray &items)
+{
+    return ScaFileProcessor::loadFileData("<ScadaFile><ItemList>" + items + "</ItemList></ScadaFile>",
+                                          QString());
+}
+
+// Saves the page and loads it again; the new page's fileName is `path`.
+inline ScaFileData *saveAndLoad(ScaFileData *page, const QString &path = QStringLiteral("page.xml"))
+{
+    if (!ScaFileProcessor::saveFileData(page, path))
+        return nullptr;
+    return ScaFileProcessor::loadFileData(fileContent(path), path);
+}
+
+// One line per tag binding: "tag itemType#index "name" uid slot[slotIndex]".
+inline QStringList bindingLines(const ScaFileData &page)
+{
+    QStringList lines;
+    for (const TagBinding_t &b : page.tagBindings()) {
+        lines << QStringLiteral("%1 %2#%3 \"%4\" %5 %6[%7]")
+                     .arg(b.tagId).arg(b.itemType).arg(b.itemIndex).arg(b.itemName).arg(b.uid)
+                     .arg(b.slot).arg(b.slotIndex);
+    }
+    return lines;
+}
+
 } // namespace pagedump
+
+// Compares two texts line by line, so that a failure shows the first line that differs.
+#define PAGE_COMPARE_LINES(actual, expected)                                                     \
+    do {                                                                                         \
+        const QList<QByteArray> a_ = (actual).split('\n');                                       \
+        const QList<QByteArray> e_ = (expected).split('\n');                                     \
+        for (int i_ = 0; i_ < qMax(a_.size(), e_.size()); ++i_) {                                \
+            const QByteArray line_ = QByteArray::number(i_ + 1) + ": ";                          \
+            QCOMPARE(line_ + a_.value(i_, "(missing)"), line_ + e_.value(i_, "(missing)"));      \
+        }                                                                                        \
+    } while (false)

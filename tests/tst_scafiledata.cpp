@@ -9,8 +9,8 @@
 #include <scaFileData.h>
 #include <scaFileProcessor.h>
 
+#include <QBrush>
 #include <QDir>
-#include <QFile>
 #include <QSet>
 
 #include <QtTest>
@@ -122,11 +122,7 @@ ScaFileData withoutItems(const ScaFileData &page)
 
 ScaFileData *loadPageFixture(const QString &name)
 {
-    const QString path = QStringLiteral(TIRREL_TEST_DATA "/pages/") + name;
-    QFile file(path);
-    if (!file.open(QIODevice::ReadOnly))
-        return nullptr;
-    return ScaFileProcessor::loadFileData(file.readAll(), path);
+    return ScaFileProcessor::loadFileData(fileContent(fixture(name)), fixture(name));
 }
 
 QStringList pageFixtures()
@@ -163,18 +159,6 @@ void fillHostFields(ScaFileData *page)
     }
 }
 
-// One line per binding: "tag itemType#index "name" uid slot[slotIndex]".
-QStringList bindingLines(const ScaFileData &page)
-{
-    QStringList lines;
-    for (const TagBinding_t &b : page.tagBindings()) {
-        lines << QStringLiteral("%1 %2#%3 \"%4\" %5 %6[%7]")
-                     .arg(b.tagId).arg(b.itemType).arg(b.itemIndex).arg(b.itemName).arg(b.uid)
-                     .arg(b.slot).arg(b.slotIndex);
-    }
-    return lines;
-}
-
 } // namespace
 
 class tst_ScaFileData : public QObject
@@ -182,11 +166,11 @@ class tst_ScaFileData : public QObject
     Q_OBJECT
 
 private slots:
-    void pageDefaults();
-    void recordDefaults();
+    void newRecords();
     void copyAndMove_data();
     void copyAndMove();
     void copyScadaObjectData();
+    void copyItemData();
     void clone_data();
     void clone();
     void cloneFixturesCoverEveryKind();
@@ -197,39 +181,28 @@ private slots:
     void getTemplateTagIdsInUse_data();
     void getTemplateTagIdsInUse();
     void blockLoadData();
-    void tagBindings_data();
-    void tagBindings();
     void tagBindingsOfRecords();
 };
 
-void tst_ScaFileData::pageDefaults()
+void tst_ScaFileData::newRecords()
 {
-    const ScaFileData page;
-    QCOMPARE(page.auxFlag1, false);
-    QCOMPARE(page.auxFlag2, false);
-    QCOMPARE(page.auxFlag3, true);
-    QCOMPARE(page.auxFlag4, false);
-    QCOMPARE(page.pageProperties.pageGeometry, QSize(-1, -1));
-}
-
-void tst_ScaFileData::recordDefaults()
-{
-    ScadaObjectLoadData_t o;
-    QVERIFY(o.base);
-    QCOMPARE(dump(*o.base), dump(ItemBaseData_t()));
-    const QStringList fields = dumpFields(o);
-    for (const char *slot : {"image", "label", "posx", "posy", "width", "height", "rotAng",
-                             "txtColor", "maskColor", "maskOpac", "cusProp1", "cusProp7",
-                             "eventTarget"})
-        QVERIFY2(fields.contains(QStringLiteral("tagID_%1=-1").arg(QLatin1String(slot))), slot);
-    for (int v : o.extraTagIds)
-        QCOMPARE(v, -1);
-    QCOMPARE(o.labelText, QStringLiteral("%.3f"));
-    QCOMPARE(o.labelStyleSheet, QStringLiteral("font: 22px \"Arial\";"));
-    QCOMPARE(o.showChildAlarms, true);
-    QCOMPARE(o.highLimit, 100.0f);
-    QCOMPARE(o.lowLimit, 0.0f);
-    QCOMPARE(o.Uid, 0);
+    // A new page and a new record of each kind, each record with a zeroed base record of its own.
+    QStringList lines = dump(ScaFileData());
+    auto add = [&](const char *name, const auto &record, const auto &other) {
+        QVERIFY(record.base && record.base != other.base);
+        lines += prefixed(QLatin1String(name) + '.', dump(record));
+    };
+    add("ScadaObject", ScadaObjectLoadData_t(), ScadaObjectLoadData_t());
+    add("TextItem", TextItemLoadData_t(), TextItemLoadData_t());
+    add("DbqTextItem", DbQueryTextItemLoadData_t(), DbQueryTextItemLoadData_t());
+    add("RTChartItem", RealTimeChartItemLoadData_t(), RealTimeChartItemLoadData_t());
+    add("GaugeItem", GaugeItemLoadData_t(), GaugeItemLoadData_t());
+    add("TableItem", TableItemLoadData_t(), TableItemLoadData_t());
+    add("ImageItem", ImageItemLoadData_t(), ImageItemLoadData_t());
+    add("WebFrameItem", WebFrameItemLoadData_t(), WebFrameItemLoadData_t());
+    add("ScheduleItem", ScheduleItemLoadData_t(), ScheduleItemLoadData_t());
+    lines += prefixed("TableCell.", dump(TableCell()));
+    PAGE_COMPARE_LINES(lines.join('\n').toUtf8() + '\n', fileContent(fixture("new-records.dump")));
 }
 
 void tst_ScaFileData::copyAndMove_data()
@@ -322,6 +295,39 @@ void tst_ScaFileData::copyScadaObjectData()
     ::copyScadaObjectData(&target, &empty);
     QVERIFY(target.auxEntries.isEmpty());
     QCOMPARE(dumpFields(target), dumpFields(empty));
+    deletePage(page);
+}
+
+void tst_ScaFileData::copyItemData()
+{
+    ScaFileData *page = loadPageFixture(QStringLiteral("items.xml"));
+    QVERIFY(page);
+    // Host fields are copied too.
+    page->gaugeItems.at(0)->auxValue = 3;
+    page->gaugeItems.at(0)->auxBrush = QBrush(Qt::blue, Qt::Dense3Pattern);
+    page->tableItems.at(0)->auxList = {4};
+    // Every field but base; the target keeps its own base record untouched.
+    auto check = [](auto copy, const auto *source) {
+        using Record = std::remove_const_t<std::remove_pointer_t<decltype(source)>>;
+        Record target;
+        ItemBaseData_t *base = target.base;
+        copy(&target, source);
+        QCOMPARE(dumpFields(target), dumpFields(*source));
+        QCOMPARE(target.base, base);
+        QCOMPARE(dump(*target.base), dump(ItemBaseData_t()));
+        copy(&target, &target);
+        copy(nullptr, source);
+        copy(&target, nullptr);
+        QCOMPARE(dumpFields(target), dumpFields(*source));
+    };
+    check(&copyTextItemData, page->textItems.at(0));
+    check(&copyDbQueryTextItemData, page->dbqTextItems.at(0));
+    check(&copyRealTimeChartItemData, page->rtChartItems.at(0));
+    check(&copyGaugeItemData, page->gaugeItems.at(0));
+    check(&copyTableItemData, page->tableItems.at(0));
+    check(&copyImageItemData, page->imageItems.at(0));
+    check(&copyWebFrameItemData, page->webFrameItems.at(0));
+    check(&copyScheduleItemData, page->scheduleItems.at(0));
     deletePage(page);
 }
 
@@ -514,81 +520,10 @@ void tst_ScaFileData::blockLoadData()
     QCOMPARE(block.initialized, true);
 }
 
-void tst_ScaFileData::tagBindings_data()
-{
-    QTest::addColumn<QString>("items");
-    QTest::addColumn<QString>("properties");
-    QTest::addColumn<QStringList>("expected");
-
-    QTest::newRow("SCADA object slots in the file's slot order")
-        << "<Item><Properties Name=\"P1\" Uid=\"7\"/><TagIDs tagID_cusProp7=\"7\" "
-           "tagID_eventTarget=\"3\" tagID_label=\"2\" tagID_image=\"1\" tagID_posy=\"5\"/></Item>"
-        << QString()
-        << QStringList{"1 ScadaObject#0 \"P1\" 7 tagID_image[-1]",
-                       "2 ScadaObject#0 \"P1\" 7 tagID_label[-1]",
-                       "5 ScadaObject#0 \"P1\" 7 tagID_posy[-1]",
-                       "3 ScadaObject#0 \"P1\" 7 tagID_eventTarget[-1]",
-                       "7 ScadaObject#0 \"P1\" 7 tagID_cusProp7[-1]"};
-    QTest::newRow("-1 binds nothing, 0 and other negatives bind")
-        << "<Item><TagIDs tagID_image=\"-1\" tagID_label=\"0\" tagID_width=\"-2\"/></Item>"
-        << QString()
-        << QStringList{"0 ScadaObject#0 \"\" 0 tagID_label[-1]",
-                       "-2 ScadaObject#0 \"\" 0 tagID_width[-1]"};
-    QTest::newRow("schedule entries, repeats kept")
-        << "<Item><ItemType>ScheduleItem</ItemType><Properties Name=\"S\"/>"
-           "<TagIDs><Tag>12</Tag><Tag>7</Tag><Tag>12</Tag></TagIDs></Item>"
-        << QString()
-        << QStringList{"12 ScheduleItem#0 \"S\" -1 TagIDs[0]", "7 ScheduleItem#0 \"S\" -1 TagIDs[1]",
-                       "12 ScheduleItem#0 \"S\" -1 TagIDs[2]"};
-    QTest::newRow("chart lines, one without a tag")
-        << "<Item><ItemType>RTChartItem</ItemType><TagIDs><TagData Tag=\"5\"/><TagData/>"
-           "<Tag>9</Tag></TagIDs></Item>"
-        << QString()
-        << QStringList{"5 RTChartItem#0 \"\" -1 TagIDs[0]", "9 RTChartItem#0 \"\" -1 TagIDs[2]"};
-    QTest::newRow("scroll tags; a missing TagID reads as tag 0")
-        << QString()
-        << "<ScrollTags><Tag TagID=\"3\" ScrollText=\"Level\"/><Tag/><Tag TagID=\"-1\"/></ScrollTags>"
-        << QStringList{"3 ScrollTags#0 \"Level\" -1 TagID[-1]", "0 ScrollTags#1 \"Text\" -1 TagID[-1]"};
-    QTest::newRow("items without tags, kinds without tags")
-        << "<Item/><Item><ItemType>GaugeItem</ItemType></Item>"
-           "<Item><ItemType>DbqTextItem</ItemType></Item>"
-           "<Item><ItemType>TextItem</ItemType><Width>1</Width><Height>1</Height></Item>"
-           "<Item><ItemType>TableItem</ItemType></Item><Item><ItemType>ImageItem</ItemType></Item>"
-           "<Item><ItemType>WebFrameItem</ItemType></Item>"
-        << QString() << QStringList();
-    QTest::newRow("kinds in the writer's order, scroll tags last")
-        << "<Item><ItemType>GaugeItem</ItemType><TagId>5</TagId></Item>"
-           "<Item><ItemType>DbqTextItem</ItemType><reportTag>4</reportTag></Item>"
-           "<Item><ItemType>RTChartItem</ItemType><TagIDs><Tag>3</Tag></TagIDs></Item>"
-           "<Item><ItemType>ScheduleItem</ItemType><TagIDs><Tag>2</Tag></TagIDs></Item>"
-           "<Item><TagIDs tagID_image=\"1\"/></Item>"
-           "<Item><TagIDs tagID_image=\"11\"/></Item>"
-        << "<ScrollTags><Tag TagID=\"6\" ScrollText=\"s\"/></ScrollTags>"
-        << QStringList{"1 ScadaObject#0 \"\" 0 tagID_image[-1]", "11 ScadaObject#1 \"\" 0 tagID_image[-1]",
-                       "2 ScheduleItem#0 \"\" -1 TagIDs[0]", "3 RTChartItem#0 \"\" -1 TagIDs[0]",
-                       "4 DbqTextItem#0 \"\" -1 reportTag[-1]", "5 GaugeItem#0 \"\" -1 TagId[-1]",
-                       "6 ScrollTags#0 \"s\" -1 TagID[-1]"};
-}
-
-void tst_ScaFileData::tagBindings()
-{
-    QFETCH(QString, items);
-    QFETCH(QString, properties);
-    QFETCH(QStringList, expected);
-    const QString xml = QStringLiteral("<ScadaFile><ItemList>%1</ItemList>"
-                                       "<PageProperties>%2</PageProperties></ScadaFile>")
-                            .arg(items, properties);
-    ScaFileData *page = ScaFileProcessor::loadFileData(xml.toUtf8(), QString());
-    QVERIFY(page);
-    const QStringList lines = bindingLines(*page);
-    deletePage(page);
-    QCOMPARE(lines, expected);
-}
-
 void tst_ScaFileData::tagBindingsOfRecords()
 {
     // Records the host made: the slots the file does not carry count too, null records and
-    // changes since loading are seen as they are now.
+    // changes since loading are seen as they are now. (Those of files: tst_scafileprocessor.)
     ScaFileData page;
     ScadaObjectLoadData_t *object = makeObject(3);         // tagID_label 103
     object->extraTagIds[0] = 40;
