@@ -14,20 +14,8 @@
 #include <QTimer>
 #include <QtTest>
 
-// A message box as it was when it was closed.
-struct SeenBox
-{
-    QString title;
-    QString text;
-    QString informativeText;
-    QMessageBox::Icon icon = QMessageBox::NoIcon;
-    QMessageBox::StandardButtons buttons;
-    QWidget *parent = nullptr;
-    bool modal = false;
-    int visibleBoxes = 0;   // message boxes visible at that moment, this one included
-};
-
-// Records and closes (with OK) every message box shown while it lives.
+// Records and closes (with OK) every message box shown while it lives. Each box is recorded as
+// "visible boxes|title|text|informative text|icon|buttons|parent or none|modal or modeless".
 class BoxCloser : public QObject
 {
 public:
@@ -37,28 +25,22 @@ public:
         m_timer.start(0);
     }
 
-    QList<SeenBox> boxes;
+    QStringList boxes;
 
 private:
     void closeVisibleBoxes()
     {
         QList<QMessageBox *> visible;
-        const auto widgets = QApplication::topLevelWidgets();
-        for (QWidget *widget : widgets) {
+        for (QWidget *widget : QApplication::topLevelWidgets()) {
             if (auto *box = qobject_cast<QMessageBox *>(widget); box && box->isVisible())
                 visible << box;
         }
         for (QMessageBox *box : qAsConst(visible)) {
-            SeenBox seen;
-            seen.title = box->windowTitle();
-            seen.text = box->text();
-            seen.informativeText = box->informativeText();
-            seen.icon = box->icon();
-            seen.buttons = box->standardButtons();
-            seen.parent = box->parentWidget();
-            seen.modal = box->isModal();
-            seen.visibleBoxes = visible.size();
-            boxes << seen;
+            boxes << QStringLiteral("%1|%2|%3|%4|%5|%6|%7|%8").arg(visible.size())
+                         .arg(box->windowTitle(), box->text(), box->informativeText())
+                         .arg(int(box->icon())).arg(int(box->standardButtons()))
+                         .arg(QLatin1String(box->parentWidget() ? "parent" : "none"),
+                              QLatin1String(box->isModal() ? "modal" : "modeless"));
             if (QAbstractButton *ok = box->button(QMessageBox::Ok))
                 ok->click();
             else
@@ -69,20 +51,25 @@ private:
     QTimer m_timer;
 };
 
-// Message boxes still alive as top-level widgets (a box that was not deleted shows up here).
-inline int messageBoxesAlive()
+// No message box is left as a top-level widget (a box that was not deleted shows up there).
+inline bool noMessageBoxLeft()
 {
-    int count = 0;
-    const auto widgets = QApplication::topLevelWidgets();
-    for (QWidget *widget : widgets)
-        count += qobject_cast<QMessageBox *>(widget) ? 1 : 0;
-    return count;
+    for (QWidget *widget : QApplication::topLevelWidgets()) {
+        if (qobject_cast<QMessageBox *>(widget))
+            return false;
+    }
+    return true;
 }
 
 inline QByteArray readAll(const QString &path)
 {
     QFile file(path);
     return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
+}
+
+inline QString fixtureText(const QString &fixture)
+{
+    return QString::fromUtf8(readAll(QStringLiteral(TIRREL_TEST_DATA "/") + fixture));
 }
 
 inline bool writeFile(const QString &path, const QByteArray &content)
@@ -94,9 +81,8 @@ inline bool writeFile(const QString &path, const QByteArray &content)
 
 inline bool copyFixture(const QString &fixture, const QString &destination)
 {
-    const QString source = QStringLiteral(TIRREL_TEST_DATA "/") + fixture;
     QFile::remove(destination);
-    return QFile::copy(source, destination)
+    return QFile::copy(QStringLiteral(TIRREL_TEST_DATA "/") + fixture, destination)
             && QFile::setPermissions(destination, QFileDevice::ReadOwner | QFileDevice::WriteOwner);
 }
 
@@ -120,16 +106,13 @@ inline ScenarioRun runScenario(const QString &scenario, const QString &root,
     QString program = QCoreApplication::applicationFilePath();
     if (ownProgramFolder) {
         const QString copy = root + QLatin1String("/bin/") + QFileInfo(program).fileName();
-        if (!QFile::exists(copy)) {
-            QDir().mkpath(root + QLatin1String("/bin"));
-            if (!QFile::copy(program, copy)) {
-                run.output = QStringLiteral("cannot copy the test program to ") + copy;
-                return run;
-            }
+        QDir().mkpath(root + QLatin1String("/bin"));
+        if (!QFile::exists(copy) && !QFile::copy(program, copy)) {
+            run.output = QStringLiteral("cannot copy the test program to ") + copy;
+            return run;
         }
         program = copy;
     }
-
     QProcess process;
     QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
     environment.insert(QStringLiteral("HOME"), root + QLatin1String("/home"));
