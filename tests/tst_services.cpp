@@ -32,7 +32,8 @@ QString color(const QColor &c) { return c.isValid() ? c.name() : QStringLiteral(
 
 QString getters(const ProgramSettings *s)
 {
-    return masked(QStringLiteral("bg=%1 itm=%2 lib=%3 work=%4 port=%5 w=%6 h=%7 log=%8 project=%9\n")
+    return masked(QStringLiteral("bg=%1 itm=%2 lib=%3 work=%4 port=%5 w=%6 h=%7 log=%8 "
+                                 "project=%9\n")
         .arg(color(s->getBgColor()), color(s->getItmColor()), s->getLibDir(), s->getWorkDir(),
              s->getPortName()).arg(s->getSceneWidth()).arg(s->getSceneHeight())
         .arg(int(s->isWriteLogFile())).arg(s->getCurrentProjectLibDir()));
@@ -119,240 +120,233 @@ class ServiceScenarios : public QObject
 
 private slots:
     void cleanup() { QVERIFY(noMessageBoxLeft()); }
-    void settings();
+    void settings()
+    {
+        // Argument: the settings file to start from ("" for none)|the setters to call in turn.
+        const QStringList arg = qEnvironmentVariable("TIRREL_SCENARIO_ARG").split('|');
+        QVERIFY(arg.at(0).isEmpty() || copyFixture("settings/" + arg.at(0), iniPath()));
+        const QByteArray before = readAll(iniPath());
+        ProgramSettings *settings = ProgramSettings::instance();
+        QCOMPARE(ProgramSettings::instance(), settings);
+        QString transcript = getters(settings);
+        QVERIFY(QDir(QDir::homePath() + QLatin1String("/OrvideLibrary")).exists());
+        // The current project's library folder is never written; nothing is until a change.
+        settings->setCurrentProjectLibDir(QStringLiteral("/projects/p1/lib"));
+        QCoreApplication::sendPostedEvents();   // QSettings writes once back in the event loop
+        QCOMPARE(readAll(iniPath()), before);
+        QCOMPARE(QFile::exists(iniPath()), !arg.at(0).isEmpty());
+        // Every setter writes every key: the file is removed before each but the first.
+        bool first = true;
+        for (const Setter &setter : Setters) {
+            if (!arg.at(1).split(QLatin1Char(',')).contains(QLatin1String(setter.name)))
+                continue;
+            if (!std::exchange(first, false))
+                QFile::remove(iniPath());
+            setter.apply(settings);
+            QCoreApplication::sendPostedEvents();
+            transcript += QStringLiteral("\n%1: ").arg(QLatin1String(setter.name))
+                    + getters(settings) + masked(QString::fromUtf8(readAll(iniPath())));
+        }
+        QCOMPARE(transcript, fixtureText("settings/" + arg.at(2) + ".txt"));
+    }
+
     void changeWithoutEventLoop() { ProgramSettings::instance()->setSceneHeight(321); }
     void changeKeptAtExit() { QVERIFY(readAll(iniPath()).contains("\nSceneRectHeight=321\n")); }
-    void logSession();
-    void logOpenErrorCostsOnlyThatMessage();
-    void logSwitchFollowsSettings();
-    void libraryNeitherFile();
-    void libraryMalformedAndEmptyFiles();
-    void libraryUnreadableFiles();
-    void libraryTwoAdditions();
-    void libraryReload();
-    void libraryExistingImagesNeverLost();
-    void libraryCatalogueChangedByCaller();
-    void librarySave();
-    void libraryIdentifiers();
-};
-
-void ServiceScenarios::settings()
-{
-    // Argument: the settings file to start from ("" for none)|the setters to call in turn.
-    const QStringList arg = scenarioArgument().split(QLatin1Char('|'));
-    QVERIFY(arg.at(0).isEmpty() || copyFixture("settings/" + arg.at(0), iniPath()));
-    const QByteArray before = readAll(iniPath());
-    ProgramSettings *settings = ProgramSettings::instance();
-    QCOMPARE(ProgramSettings::instance(), settings);
-    QString transcript = getters(settings);
-    QVERIFY(QDir(QDir::homePath() + QLatin1String("/OrvideLibrary")).exists());
-    // The current project's library folder is never written; nothing is until a change.
-    settings->setCurrentProjectLibDir(QStringLiteral("/projects/p1/lib"));
-    QCoreApplication::sendPostedEvents();   // QSettings writes once back in the event loop
-    QCOMPARE(readAll(iniPath()), before);
-    QCOMPARE(QFile::exists(iniPath()), !arg.at(0).isEmpty());
-    // Every setter writes every key: the file is removed before each but the first.
-    bool first = true;
-    for (const Setter &setter : Setters) {
-        if (!arg.at(1).split(QLatin1Char(',')).contains(QLatin1String(setter.name)))
-            continue;
-        if (!std::exchange(first, false))
-            QFile::remove(iniPath());
-        setter.apply(settings);
-        QCoreApplication::sendPostedEvents();
-        transcript += QStringLiteral("\n%1: ").arg(QLatin1String(setter.name)) + getters(settings)
-                + masked(QString::fromUtf8(readAll(iniPath())));
-    }
-    QCOMPARE(transcript, fixtureText("settings/" + scenarioArgument().section('|', 2) + ".txt"));
-}
-
-void ServiceScenarios::logSession()
-{
-    QVERIFY(writeFile(logPath(), "earlier run\n"));
-    EventLogger::logData("plain");
-    EventLogger::logData(EventLogger::LoadingBlock, 1);
-    EventLogger::init();   // no settings file: logging stays off
-    EventLogger::logData("after init");
-    EventLogger::activate();
-    EventLogger::logData("first");
-    EventLogger::logData(EventLogger::LoadingBlock, QVariant(42));
-    EventLogger::logData(EventLogger::DebugElement(7), QVariant(QStringLiteral("plain text")));
-    EventLogger::logData(EventLogger::DebugElement(-1), QVariant(2.5));
-    EventLogger::deactivate();
-    EventLogger::logData("while off");
-    EventLogger::logData(EventLogger::LoadingBlock, QVariant(9));
-    EventLogger::activate();
-    EventLogger::logData("resumed");
-    QCOMPARE(masked(readAll(logPath())), QString("earlier run\n\nT ### NEW_SESSION ###\n\nT Debug: first\n"
-             "T Debug: Loading Block With Number : 42\nT Debug: plain text\nT Debug: 2.5\n"
-             "T Debug: resumed\n"));
-}
-
-void ServiceScenarios::logOpenErrorCostsOnlyThatMessage()
-{
-    QVERIFY(QDir().mkdir(logPath()));   // a folder where the file belongs cannot be opened
-    EventLogger::activate();
-    QTest::ignoreMessage(QtDebugMsg, "File open error");
-    EventLogger::logData("lost");
-    QVERIFY(QDir().rmdir(logPath()));
-    EventLogger::logData("kept");
-    EventLogger::logData("next");
-    QCOMPARE(masked(readAll(logPath())), QString("\nT ### NEW_SESSION ###\n\nT Debug: kept\nT Debug: next\n"));
-}
-
-void ServiceScenarios::logSwitchFollowsSettings()
-{
-    QVERIFY(writeFile(iniPath(), "[General]\nwriteLogFile=1\n"));
-    EventLogger::init();
-    EventLogger::logData("by init");
-    EventLogger::deactivate();
+    void logSession()
     {
-        EventLogger logger(nullptr);   // the constructor reads the switch too
-        EventLogger::logData("by constructor");
+        QVERIFY(writeFile(logPath(), "earlier run\n"));
+        EventLogger::logData("plain");
+        EventLogger::logData(EventLogger::LoadingBlock, 1);
+        EventLogger::init();   // no settings file: logging stays off
+        EventLogger::logData("after init");
+        EventLogger::activate();
+        EventLogger::logData("first");
+        EventLogger::logData(EventLogger::LoadingBlock, QVariant(42));
+        EventLogger::logData(EventLogger::DebugElement(7), QVariant(QStringLiteral("plain text")));
+        EventLogger::logData(EventLogger::DebugElement(-1), QVariant(2.5));
+        EventLogger::deactivate();
+        EventLogger::logData("while off");
+        EventLogger::logData(EventLogger::LoadingBlock, QVariant(9));
+        EventLogger::activate();
+        EventLogger::logData("resumed");
+        QCOMPARE(masked(readAll(logPath())), QString("earlier run\n\nT ### NEW_SESSION ###\n\n"
+                 "T Debug: first\n"
+                 "T Debug: Loading Block With Number : 42\nT Debug: plain text\nT Debug: 2.5\n"
+                 "T Debug: resumed\n"));
     }
-    ProgramSettings::instance()->setWriteLogFile(false);
-    EventLogger::logData("switched off");
-    ProgramSettings::instance()->setWriteLogFile(true);
-    EventLogger::logData("switched on");
-    ProgramSettings::instance()->setWriteLogFile(false);
-    EventLogger::activate();
-    EventLogger::init();
-    EventLogger::logData("off again by init");
-    QCOMPARE(masked(readAll(logPath())), QString("\nT ### NEW_SESSION ###\n\nT Debug: by init\n"
-             "T Debug: by constructor\nT Debug: switched on\n"));
-}
 
-void ServiceScenarios::libraryNeitherFile()
-{
-    // A library inside the program's own folder is not the standard library.
-    const QString own = QCoreApplication::applicationDirPath() + QLatin1String("/scdLib");
-    QVERIFY(QDir().mkpath(own) && copyFixture("library/objlib.xml", own + "/objlib.xml"));
-    startEngine(2);
-    QCOMPARE(ScadaEngine::instance()->getLibPath() + ScadaEngine::instance()->getUserLibPath(),
-             QDir::cleanPath(QFileInfo(standardLibrary()).path()) + "/" + userFolder() + "/");
-    QVERIFY(ScadaEngine::instance()->getLibObjects()->isEmpty());
-    QVERIFY(QFileInfo(imagesFolder()).isDir());
-}
+    void logOpenErrorCostsOnlyThatMessage()
+    {
+        QVERIFY(QDir().mkdir(logPath()));   // a folder where the file belongs cannot be opened
+        EventLogger::activate();
+        QTest::ignoreMessage(QtDebugMsg, "File open error");
+        EventLogger::logData("lost");
+        QVERIFY(QDir().rmdir(logPath()));
+        EventLogger::logData("kept");
+        EventLogger::logData("next");
+        QCOMPARE(masked(readAll(logPath())),
+                 QString("\nT ### NEW_SESSION ###\n\nT Debug: kept\nT Debug: next\n"));
+    }
 
-void ServiceScenarios::libraryMalformedAndEmptyFiles()
-{
-    QVERIFY(placeLibraries("malformed.xml", "no-objects.xml"));
-    startEngine(0);
-    QVERIFY(ScadaEngine::instance()->getLibObjects()->isEmpty());
-}
+    void logSwitchFollowsSettings()
+    {
+        QVERIFY(writeFile(iniPath(), "[General]\nwriteLogFile=1\n"));
+        EventLogger::init();
+        EventLogger::logData("by init");
+        EventLogger::deactivate();
+        {
+            EventLogger logger(nullptr);   // the constructor reads the switch too
+            EventLogger::logData("by constructor");
+        }
+        ProgramSettings::instance()->setWriteLogFile(false);
+        EventLogger::logData("switched off");
+        ProgramSettings::instance()->setWriteLogFile(true);
+        EventLogger::logData("switched on");
+        ProgramSettings::instance()->setWriteLogFile(false);
+        EventLogger::activate();
+        EventLogger::init();
+        EventLogger::logData("off again by init");
+        QCOMPARE(masked(readAll(logPath())), QString("\nT ### NEW_SESSION ###\n\nT Debug: by init\n"
+                 "T Debug: by constructor\nT Debug: switched on\n"));
+    }
 
-void ServiceScenarios::libraryUnreadableFiles()
-{
-    QVERIFY(placeLibraries("objlib.xml", QString()));
-    QVERIFY(QDir().mkpath(userLibrary()));   // a folder cannot be read or written as a file
-    startEngine(1);
-    // The object is still added in memory and confirmed; only its saving fails.
-    ScadaLibObject *object = newObject(QStringLiteral("Kept"), QStringLiteral("Mem"));
-    QTest::ignoreMessage(QtDebugMsg, "dosya acilamadi");
-    QCOMPARE(add(object).size(), 1);
-    QCOMPARE(ScadaEngine::instance()->getLibObjects()->mid(3), QList<ScadaLibObject *>{object});
-    QVERIFY(!ScadaEngine::instance()->saveUserLibraryFile({object}));
-    QVERIFY(QFileInfo(userLibrary()).isDir());
-}
+    void libraryNeitherFile()
+    {
+        // A library inside the program's own folder is not the standard library.
+        const QString own = QCoreApplication::applicationDirPath() + QLatin1String("/scdLib");
+        QVERIFY(QDir().mkpath(own) && copyFixture("library/objlib.xml", own + "/objlib.xml"));
+        startEngine(2);
+        QCOMPARE(ScadaEngine::instance()->getLibPath() + ScadaEngine::instance()->getUserLibPath(),
+                 QDir::cleanPath(QFileInfo(standardLibrary()).path()) + "/" + userFolder() + "/");
+        QVERIFY(ScadaEngine::instance()->getLibObjects()->isEmpty());
+        QVERIFY(QFileInfo(imagesFolder()).isDir());
+    }
 
-void ServiceScenarios::libraryTwoAdditions()
-{
-    QVERIFY(placeLibraries("objlib.xml", "userlib.xml"));
-    const QString from = QDir::currentPath();
-    QVERIFY(QDir().mkpath(from + "/one") && QDir().mkpath(from + "/two"));
-    QVERIFY(writeFile(from + "/one/a.png", "A1") && writeFile(from + "/one/b.png", "B1"));
-    QVERIFY(writeFile(from + "/two/b.png", "B2"));
-    startEngine(0);
-    ScadaLibObject *mixer = newObject(QStringLiteral("Mixer"), QStringLiteral("Mixers"),
-                                      {from + "/one/a.png", from + "/one/b.png"});
-    ScadaLibObject *heater = newObject(QStringLiteral("Heater & \"Fan\""),
-                                       QStringLiteral("Air <hot>"),
-                                       {from + "/two/b.png", from + "/missing/c.png"});
-    QStringList boxes = add(mixer);
-    boxes += add(heater);
-    QCOMPARE(boxes, QStringList({
-        "1||Object Mixer is succesfully added under Mixers category||0|1024|none|modal",
-        "1||Object Heater & \"Fan\" is succesfully added under Air <hot> category||0|1024|none|modal"}));
-    // Identifiers in use: 3, 0, 8, 10 and 3 again. A later image of the same name replaces the
-    // earlier one; a missing source still gets its path.
-    QCOMPARE(catalogue(), fixtureText("library/catalogue-after-two-additions.txt"));
-    QCOMPARE(ScadaEngine::instance()->getLibObjects()->mid(5), QList<ScadaLibObject *>({mixer, heater}));
-    QCOMPARE(readAll(imagesFolder() + "/a.png") + readAll(imagesFolder() + "/b.png"), QByteArray("A1B2"));
-    QCOMPARE(QDir(imagesFolder()).entryList(QDir::Files), QStringList({"a.png", "b.png"}));
-    QCOMPARE(QString::fromUtf8(readAll(userLibrary())),
-             fixtureText("library/userlib-after-two-additions.xml"));
-}
+    void libraryMalformedAndEmptyFiles()
+    {
+        QVERIFY(placeLibraries("malformed.xml", "no-objects.xml"));
+        startEngine(0);
+        QVERIFY(ScadaEngine::instance()->getLibObjects()->isEmpty());
+    }
 
-void ServiceScenarios::libraryReload()
-{
-    // Runs after libraryTwoAdditions in the same root: only name, category, identifier and
-    // images were kept.
-    QCOMPARE(catalogue(), fixtureText("library/catalogue-after-restart.txt"));
-}
+    void libraryUnreadableFiles()
+    {
+        QVERIFY(placeLibraries("objlib.xml", QString()));
+        QVERIFY(QDir().mkpath(userLibrary()));   // a folder cannot be read or written as a file
+        startEngine(1);
+        // The object is still added in memory and confirmed; only its saving fails.
+        ScadaLibObject *object = newObject(QStringLiteral("Kept"), QStringLiteral("Mem"));
+        QTest::ignoreMessage(QtDebugMsg, "dosya acilamadi");
+        QCOMPARE(add(object).size(), 1);
+        QCOMPARE(ScadaEngine::instance()->getLibObjects()->mid(3), QList<ScadaLibObject *>{object});
+        QVERIFY(!ScadaEngine::instance()->saveUserLibraryFile({object}));
+        QVERIFY(QFileInfo(userLibrary()).isDir());
+    }
 
-void ServiceScenarios::libraryExistingImagesNeverLost()
-{
-    QDir().mkpath(imagesFolder());
-    QDir().mkpath(QDir::currentPath() + "/folder.png");
-    const QStringList names = {"same.png", "gone.png", "folder.png"};
-    for (const QString &name : names)
-        QVERIFY(writeFile(imagesFolder() + '/' + name, name.toLatin1()));
-    ScadaLibObject *object = newObject(QStringLiteral("Reuse"), QStringLiteral("C"), {
-        imagesFolder() + "/same.png",                 // already in place
-        QDir::currentPath() + "/nowhere/gone.png",    // source missing
-        QDir::currentPath() + "/folder.png",          // source is no file
-    });
-    add(object);
-    QCOMPARE(object->images, QStringList({"images/same.png", "images/gone.png", "images/folder.png"}));
-    for (const QString &name : names)
-        QCOMPARE(readAll(imagesFolder() + '/' + name), name.toLatin1());
-    QCOMPARE(QDir(imagesFolder()).entryList(QDir::Files | QDir::Hidden).size(), names.size());
-}
+    void libraryTwoAdditions()
+    {
+        QVERIFY(placeLibraries("objlib.xml", "userlib.xml"));
+        const QString from = QDir::currentPath();
+        QVERIFY(QDir().mkpath(from + "/one") && QDir().mkpath(from + "/two"));
+        QVERIFY(writeFile(from + "/one/a.png", "A1") && writeFile(from + "/one/b.png", "B1"));
+        QVERIFY(writeFile(from + "/two/b.png", "B2"));
+        startEngine(0);
+        ScadaLibObject *mixer = newObject(QStringLiteral("Mixer"), QStringLiteral("Mixers"),
+                                          {from + "/one/a.png", from + "/one/b.png"});
+        ScadaLibObject *heater = newObject(QStringLiteral("Heater & \"Fan\""),
+                                           QStringLiteral("Air <hot>"),
+                                           {from + "/two/b.png", from + "/missing/c.png"});
+        QStringList boxes = add(mixer);
+        boxes += add(heater);
+        QCOMPARE(boxes, QStringList({
+            "1||Object Mixer is succesfully added under Mixers category||0|1024|none|modal",
+            "1||Object Heater & \"Fan\" is succesfully added under Air <hot> category||0|1024|none"
+            "|modal"}));
+        // Identifiers in use: 3, 0, 8, 10 and 3 again. A later image of the same name replaces the
+        // earlier one; a missing source still gets its path.
+        QCOMPARE(catalogue(), fixtureText("library/catalogue-after-two-additions.txt"));
+        QCOMPARE(ScadaEngine::instance()->getLibObjects()->mid(5),
+                 QList<ScadaLibObject *>({mixer, heater}));
+        QCOMPARE(readAll(imagesFolder() + "/a.png") + readAll(imagesFolder() + "/b.png"),
+                 QByteArray("A1B2"));
+        QCOMPARE(QDir(imagesFolder()).entryList(QDir::Files), QStringList({"a.png", "b.png"}));
+        QCOMPARE(QString::fromUtf8(readAll(userLibrary())),
+                 fixtureText("library/userlib-after-two-additions.xml"));
+    }
 
-void ServiceScenarios::libraryCatalogueChangedByCaller()
-{
-    QVERIFY(placeLibraries("objlib.xml", "userlib.xml"));
-    QList<ScadaLibObject *> *objects = ScadaEngine::instance()->getLibObjects();
-    ScadaLibObject *first = objects->takeFirst();
-    objects->removeLast();
-    // Adding rebuilds the catalogue from the standard and user objects.
-    add(newObject(QStringLiteral("New"), QStringLiteral("C")));
-    QCOMPARE(objects->first(), first);
-    QCOMPARE(catalogue(), fixtureText("library/catalogue.txt")
-             + "New|C|uid 1|type 0|rtu 0|reg 0|64x0|m 0|a 0|lof 0,0||standard\n");
-}
+    void libraryReload()
+    {
+        // Runs after libraryTwoAdditions in the same root: only name, category, identifier and
+        // images were kept.
+        QCOMPARE(catalogue(), fixtureText("library/catalogue-after-restart.txt"));
+    }
 
-void ServiceScenarios::librarySave()
-{
-    QVERIFY(ScadaEngine::instance()->saveUserLibraryFile({}));
-    QCOMPARE(readAll(userLibrary()), readAll(TIRREL_TEST_DATA "/library/empty-user-library.xml"));
-    ScadaLibObject object;
-    object.name = QStringLiteral("n");
-    object.objectCategory = QStringLiteral("c");
-    object.objectUID = -3;
-    object.images = QStringList({"images/a.png", "/abs/path/b.png", "plain.png"});
-    object.rtuID = 9;
-    QVERIFY(ScadaEngine::instance()->saveUserLibraryFile({nullptr, &object}));
-    QCOMPARE(readAll(userLibrary()), readAll(TIRREL_TEST_DATA "/library/saved-object.xml"));
-}
-
-void ServiceScenarios::libraryIdentifiers()
-{
-    // Argument: the identifiers in the standard library|the ones expected to be issued.
-    const QStringList parts = scenarioArgument().split(QLatin1Char('|'));
-    QDir().mkpath(QFileInfo(standardLibrary()).path());
-    QByteArray xml = "<scadaObjectTypes>\n";
-    for (const QString &id : parts.at(0).split(QLatin1Char(','), Qt::SkipEmptyParts))
-        xml += "<object name=\"o\"><objectUID>" + id.toLatin1() + "</objectUID></object>\n";
-    QVERIFY(writeFile(standardLibrary(), xml + "</scadaObjectTypes>\n"));
-    QStringList issued;
-    while (issued.size() < parts.at(1).count(',') + 1) {
-        ScadaLibObject *object = newObject(QStringLiteral("o"), QStringLiteral("c"));
+    void libraryExistingImagesNeverLost()
+    {
+        QDir().mkpath(imagesFolder());
+        QDir().mkpath(QDir::currentPath() + "/folder.png");
+        const QStringList names = {"same.png", "gone.png", "folder.png"};
+        for (const QString &name : names)
+            QVERIFY(writeFile(imagesFolder() + '/' + name, name.toLatin1()));
+        ScadaLibObject *object = newObject(QStringLiteral("Reuse"), QStringLiteral("C"), {
+            imagesFolder() + "/same.png",                 // already in place
+            QDir::currentPath() + "/nowhere/gone.png",    // source missing
+            QDir::currentPath() + "/folder.png",          // source is no file
+        });
         add(object);
-        issued << QString::number(object->objectUID);
+        QCOMPARE(object->images,
+                 QStringList({"images/same.png", "images/gone.png", "images/folder.png"}));
+        for (const QString &name : names)
+            QCOMPARE(readAll(imagesFolder() + '/' + name), name.toLatin1());
+        QCOMPARE(QDir(imagesFolder()).entryList(QDir::Files | QDir::Hidden).size(), names.size());
     }
-    QCOMPARE(issued.join(','), parts.at(1));
-}
+
+    void libraryCatalogueChangedByCaller()
+    {
+        QVERIFY(placeLibraries("objlib.xml", "userlib.xml"));
+        QList<ScadaLibObject *> *objects = ScadaEngine::instance()->getLibObjects();
+        ScadaLibObject *first = objects->takeFirst();
+        objects->removeLast();
+        // Adding rebuilds the catalogue from the standard and user objects.
+        add(newObject(QStringLiteral("New"), QStringLiteral("C")));
+        QCOMPARE(objects->first(), first);
+        QCOMPARE(catalogue(), fixtureText("library/catalogue.txt")
+                 + "New|C|uid 1|type 0|rtu 0|reg 0|64x0|m 0|a 0|lof 0,0||standard\n");
+    }
+
+    void librarySave()
+    {
+        QVERIFY(ScadaEngine::instance()->saveUserLibraryFile({}));
+        QCOMPARE(readAll(userLibrary()),
+                 readAll(TIRREL_TEST_DATA "/library/empty-user-library.xml"));
+        ScadaLibObject object;
+        object.name = QStringLiteral("n");
+        object.objectCategory = QStringLiteral("c");
+        object.objectUID = -3;
+        object.images = QStringList({"images/a.png", "/abs/path/b.png", "plain.png"});
+        object.rtuID = 9;
+        QVERIFY(ScadaEngine::instance()->saveUserLibraryFile({nullptr, &object}));
+        QCOMPARE(readAll(userLibrary()), readAll(TIRREL_TEST_DATA "/library/saved-object.xml"));
+    }
+
+    void libraryIdentifiers()
+    {
+        // Argument: the identifiers in the standard library|the ones expected to be issued.
+        const QStringList parts = qEnvironmentVariable("TIRREL_SCENARIO_ARG").split('|');
+        QDir().mkpath(QFileInfo(standardLibrary()).path());
+        QByteArray xml = "<scadaObjectTypes>\n";
+        for (const QString &id : parts.at(0).split(QLatin1Char(','), Qt::SkipEmptyParts))
+            xml += "<object name=\"o\"><objectUID>" + id.toLatin1() + "</objectUID></object>\n";
+        QVERIFY(writeFile(standardLibrary(), xml + "</scadaObjectTypes>\n"));
+        QStringList issued;
+        while (issued.size() < parts.at(1).count(',') + 1) {
+            ScadaLibObject *object = newObject(QStringLiteral("o"), QStringLiteral("c"));
+            add(object);
+            issued << QString::number(object->objectUID);
+        }
+        QCOMPARE(issued.join(','), parts.at(1));
+    }
+};
 
 class tst_Services : public QObject
 {
@@ -360,120 +354,91 @@ class tst_Services : public QObject
 
 private slots:
     void cleanup() { QVERIFY(noMessageBoxLeft()); }
-    void scenario_data();
-    void scenario();
-    void message_data();
-    void message();
-    void debuggerWin();
-};
-
-void tst_Services::scenario_data()
-{
-    // The steps run in turn in one root, each as "name" or "name=argument".
-    QTest::addColumn<QStringList>("steps");
-    const auto row = [](const char *name, const QStringList &steps) {
-        QTest::newRow(name) << steps;
-    };
-    for (const char *name : {"logSession", "logOpenErrorCostsOnlyThatMessage",
-                             "logSwitchFollowsSettings", "libraryNeitherFile",
-                             "libraryMalformedAndEmptyFiles", "libraryUnreadableFiles",
-                             "libraryExistingImagesNeverLost", "libraryCatalogueChangedByCaller",
-                             "librarySave"})
-        row(name, {name});
-    // The settings file to start from|the setters called|the expected transcript.
-    row("settings: no file", {"settings=|setBgColor,setItemColor,setLibdir,setWorkdir,"
-                              "setPortName,setSceneWidth,setSceneHeight,setWriteLogFile|no-file"});
-    row("settings: every key", {"settings=full.ini|setBgColor|full"});
-    row("settings: unparsable values", {"settings=unparsable.ini|setWorkdir|unparsable"});
-    row("settings: a change is kept at exit", {"changeWithoutEventLoop", "changeKeptAtExit"});
-    row("library: additions survive a restart", {"libraryTwoAdditions", "libraryReload"});
-    // Identifiers in the standard library|the ones expected to be issued.
-    row("ids: 1 to 5", {"libraryIdentifiers=1,2,3,4,5|0,6"});
-    row("ids: repeats and negatives", {"libraryIdentifiers=-1,0,0,2,2,-5|1,3,4"});
-    row("ids: large and non-numeric", {"libraryIdentifiers=2147483647,x,1|2,3"});
-    row("ids: gaps filled in order", {"libraryIdentifiers=0,2,4,6,8|1,3,5,7,9,10"});
-}
-
-void tst_Services::scenario()
-{
-    QFETCH(QStringList, steps);
-    QTemporaryDir root(QDir::currentPath() + QLatin1String("/scenario-XXXXXX"));
-    QVERIFY(root.isValid());
-    for (const QString &step : steps) {
-        const QString name = step.section('=', 0, 0);
-        const ScenarioRun run = runScenario(name, root.path(), name.startsWith("library"),
-                                            step.section('=', 1));
-        QVERIFY2(run.exitCode == 0, qPrintable(step + QLatin1String(": ") + run.output));
+    void scenario_data()
+    {
+        // The steps run in turn in one root, each as "name" or "name=argument".
+        QTest::addColumn<QStringList>("steps");
+        const auto row = [](const char *name, const QStringList &steps) {
+            QTest::newRow(name) << steps;
+        };
+        for (const char *name :
+             {"logSession", "logOpenErrorCostsOnlyThatMessage", "logSwitchFollowsSettings",
+              "libraryNeitherFile", "libraryMalformedAndEmptyFiles", "libraryUnreadableFiles",
+              "libraryExistingImagesNeverLost", "libraryCatalogueChangedByCaller", "librarySave"})
+            row(name, {name});
+        // The settings file to start from|the setters called|the expected transcript.
+        row("settings: no file", {"settings=|setBgColor,setItemColor,setLibdir,setWorkdir,"
+                "setPortName,setSceneWidth,setSceneHeight,setWriteLogFile|no-file"});
+        row("settings: every key", {"settings=full.ini|setBgColor|full"});
+        row("settings: unparsable values", {"settings=unparsable.ini|setWorkdir|unparsable"});
+        row("settings: a change is kept at exit", {"changeWithoutEventLoop", "changeKeptAtExit"});
+        row("library: additions survive a restart", {"libraryTwoAdditions", "libraryReload"});
+        // Identifiers in the standard library|the ones expected to be issued.
+        row("ids: 1 to 5", {"libraryIdentifiers=1,2,3,4,5|0,6"});
+        row("ids: repeats and negatives", {"libraryIdentifiers=-1,0,0,2,2,-5|1,3,4"});
+        row("ids: large and non-numeric", {"libraryIdentifiers=2147483647,x,1|2,3"});
+        row("ids: gaps filled in order", {"libraryIdentifiers=0,2,4,6,8|1,3,5,7,9,10"});
     }
-    // A scenario never writes outside its own home and working directory.
-    QVERIFY(!QFile::exists(iniPath()));
-}
 
-void tst_Services::message_data()
-{
-    QTest::addColumn<int>("code");
-    QTest::addColumn<bool>("withText");
-    QTest::addColumn<QString>("box");   // text|informative text|icon (2: warning, 1: information)
-    const auto row = [](const char *name, int code, bool withText, const char *box) {
-        QTest::newRow(name) << code << withText << QString::fromUtf8(box);
-    };
-    row("0", 0, false, "Component Not Exists. Code: 0|The component is not available for current "
-        "project. Switch active project to see available components|2");
-    row("1", 1, false, "Cannot Create Database. Code: 1|Cannot create database structure. Check "
-        "your server settings.|2");
-    row("2", 2, false, "Database Error. Code: 2|Cannot connect to database. Check your server "
-        "settings.|2");
-    row("3", 3, false, "Tagname Used. Code: 3|This tagname is used before. Please select another "
-        "one.|2");
-    row("4", 4, false, "Channel Name Used. Code: 4|This channel name is used before. Please select "
-        "another one.|2");
-    row("5", 5, false, "Alarmname Used. Code: 5|This alarmname is used before. Please select "
-        "another one.|2");
-    row("6", 6, false, "SQL Query. Code: 6|Error with SQL query|2");
-    row("7 with path", 7, true, "File Error. Code: 7|File is broken: C:/p/page1|2");
-    row("7 without text", 7, false, "File Error. Code: 7|File is broken: |2");
-    row("8 no suffix", 8, false, "Database Init Ok|Project database is created succesfully|1");
-    row("3 ignores text", 3, true, "Tagname Used. Code: 3|This tagname is used before. Please "
-        "select another one.|2");
-    row("-1", -1, false, ". Code: -1||0");
-    row("9", 9, false, ". Code: 9||0");
-    row("12", 12, true, ". Code: 12||0");
-}
+    void scenario()
+    {
+        QFETCH(QStringList, steps);
+        QTemporaryDir root(QDir::currentPath() + QLatin1String("/scenario-XXXXXX"));
+        QVERIFY(root.isValid());
+        for (const QString &step : steps) {
+            const QString name = step.section('=', 0, 0);
+            const ScenarioRun run = runScenario(name, root.path(), name.startsWith("library"),
+                                                step.section('=', 1));
+            QVERIFY2(run.exitCode == 0, qPrintable(step + QLatin1String(": ") + run.output));
+        }
+        // A scenario never writes outside its own home and working directory.
+        QVERIFY(!QFile::exists(iniPath()));
+    }
 
-void tst_Services::message()
-{
-    QFETCH(int, code);
-    QFETCH(bool, withText);
-    QFETCH(QString, box);
-    QString path = QStringLiteral("C:/p/page1");
-    BoxCloser closer;
-    OutputMessage::message(code, withText ? &path : nullptr);
-    QCOMPARE(closer.boxes, QStringList("1||" + box + "|1024|none|modal"));
-    QCOMPARE(path, QStringLiteral("C:/p/page1"));
-}
+    void message_data()
+    {
+        QTest::addColumn<QString>("row");
+        const QString rows = fixtureText("services/messages.txt");
+        for (const QString &row : rows.split('\n', Qt::SkipEmptyParts)) {
+            if (!row.startsWith('#'))
+                QTest::newRow(qPrintable(row.section('|', 0, 1))) << row;
+        }
+    }
 
-// The one debug window of the process: created hidden, written to, closed and written to again.
-void tst_Services::debuggerWin()
-{
-    QPointer<DebuggerWin> dialog = DebuggerWin::instance();
-    QCOMPARE(DebuggerWin::instance(), dialog.data());
-    QVERIFY(!dialog->isVisible() && !dialog->isModal() && !dialog->parentWidget());
-    auto *text = dialog->findChild<QTextEdit *>("textEdit_out");
-    dialog->write(QStringLiteral("a"));
-    QVERIFY(dialog->isVisible());
-    dialog->write(QStringLiteral("b"));
-    QTest::mouseClick(dialog->findChild<QPushButton *>("pushButton_close"), Qt::LeftButton);
-    QVERIFY(!dialog->isVisible());
-    dialog->write(QStringLiteral("c"));
-    QVERIFY(dialog->isVisible());
-    QVERIFY(dialog->close());
-    QVERIFY(!dialog->isVisible());
-    QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
-    QCOMPARE(DebuggerWin::instance(), dialog.data());
-    dialog->write(QStringLiteral("d"));
-    QCOMPARE(text->toPlainText(), QStringLiteral("a\nb\nc\nd"));
-    QCOMPARE(text->document()->blockCount(), 4);
-}
+    void message()
+    {
+        QFETCH(QString, row);
+        QString path = QStringLiteral("C:/p/page1");
+        BoxCloser closer;
+        OutputMessage::message(row.section('|', 0, 0).toInt(),
+                               row.section('|', 1, 1) == "text" ? &path : nullptr);
+        QCOMPARE(closer.boxes, QStringList("1||" + row.section('|', 2) + "|1024|none|modal"));
+        QCOMPARE(path, QStringLiteral("C:/p/page1"));
+    }
+
+    // The one debug window of the process: created hidden, written to, closed and written to again.
+    void debuggerWin()
+    {
+        QPointer<DebuggerWin> dialog = DebuggerWin::instance();
+        QCOMPARE(DebuggerWin::instance(), dialog.data());
+        QVERIFY(!dialog->isVisible() && !dialog->isModal() && !dialog->parentWidget());
+        auto *text = dialog->findChild<QTextEdit *>("textEdit_out");
+        dialog->write(QStringLiteral("a"));
+        QVERIFY(dialog->isVisible());
+        dialog->write(QStringLiteral("b"));
+        QTest::mouseClick(dialog->findChild<QPushButton *>("pushButton_close"), Qt::LeftButton);
+        QVERIFY(!dialog->isVisible());
+        dialog->write(QStringLiteral("c"));
+        QVERIFY(dialog->isVisible());
+        QVERIFY(dialog->close());
+        QVERIFY(!dialog->isVisible());
+        QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
+        QCOMPARE(DebuggerWin::instance(), dialog.data());
+        dialog->write(QStringLiteral("d"));
+        QCOMPARE(text->toPlainText(), QStringLiteral("a\nb\nc\nd"));
+        QCOMPARE(text->document()->blockCount(), 4);
+    }
+};
 
 TIRREL_SCENARIO_MAIN(tst_Services, ServiceScenarios)
 #include "tst_services.moc"
