@@ -82,21 +82,14 @@ inline bool copyFixture(const QString &fixture, const QString &destination)
             && QFile::setPermissions(destination, QFileDevice::ReadOwner | QFileDevice::WriteOwner);
 }
 
-struct ScenarioRun
-{
-    int exitCode = -1;
-    QString output;
-};
-
 // Runs the scenario slot `scenario` of this test program in a process of its own, with the home
 // directory root/home and the working directory root/work (both created here). `argument` is
 // handed to the scenario through TIRREL_SCENARIO_ARG. With ownProgramFolder, the program is
 // copied to root/bin and run from there, so that whatever it looks for beside its own folder is
-// in root.
-inline ScenarioRun runScenario(const QString &scenario, const QString &root,
+// in root. Returns nothing if the scenario passed, else its output.
+inline QString runScenario(const QString &scenario, const QString &root,
                                bool ownProgramFolder = false, const QString &argument = QString())
 {
-    ScenarioRun run;
     QDir().mkpath(root + QLatin1String("/home"));
     QDir().mkpath(root + QLatin1String("/work"));
     QString program = QCoreApplication::applicationFilePath();
@@ -115,15 +108,10 @@ inline ScenarioRun runScenario(const QString &scenario, const QString &root,
     process.setProcessChannelMode(QProcess::MergedChannels);
     process.start(program, {QStringLiteral("--scenario"), scenario});
     // A generous guard against a scenario stuck in a modal box; not a measurement.
-    if (!process.waitForFinished(240000)) {
-        process.kill();
-        process.waitForFinished();
-        run.output = QStringLiteral("scenario did not finish\n");
-    }
-    run.output += QString::fromLocal8Bit(process.readAll());
-    if (process.exitStatus() == QProcess::NormalExit)
-        run.exitCode = process.exitCode();
-    return run;
+    if (!process.waitForFinished(240000))
+        return QStringLiteral("did not finish: ") + QString::fromLocal8Bit(process.readAll());
+    const bool passed = process.exitStatus() == QProcess::NormalExit && process.exitCode() == 0;
+    return passed ? QString() : QString::fromLocal8Bit(process.readAll());
 }
 
 // main() of a test program whose scenarios run in processes of their own: "--scenario <name>"
@@ -132,11 +120,9 @@ inline ScenarioRun runScenario(const QString &scenario, const QString &root,
     int main(int argc, char *argv[])                                                           \
     {                                                                                          \
         QApplication app(argc, argv);                                                          \
-        app.setAttribute(Qt::AA_Use96Dpi, true);                                               \
-        const QStringList arguments = app.arguments();                                         \
-        if (arguments.size() == 3 && arguments.at(1) == QLatin1String("--scenario")) {         \
+        if (argc == 3 && qstrcmp(argv[1], "--scenario") == 0) {                                \
             ScenarioClass scenarios;                                                           \
-            return QTest::qExec(&scenarios, QStringList{arguments.at(0), arguments.at(2)});    \
+            return QTest::qExec(&scenarios, QStringList{argv[0], argv[2]});                    \
         }                                                                                      \
         TestClass tc;                                                                          \
         QTEST_SET_MAIN_SOURCE_PATH                                                             \

@@ -82,7 +82,6 @@ struct TreeCleanup
                 delete page;
             }
         }
-        tree.pages.clear();
     }
 };
 
@@ -227,17 +226,13 @@ private slots:
     {
         ProjectDataTree tree;
         TreeCleanup cleanup{tree};
-        ScaFileData *a = makePage(1, QStringLiteral("a.xml"));
-        a->scadaObjects << makeObject(1, QStringLiteral("A")) << makeObject(2)
-                        << makeObject(3, QStringLiteral("A"));
-        tree.pages.insert(QStringLiteral("a.xml"), a);
-        ScaFileData *b = makePage(2, QStringLiteral("b.xml"));
-        b->scadaObjects << makeObject(4, QStringLiteral("B")) << makeObject(5, QStringLiteral("a"));
-        tree.pages.insert(QStringLiteral("b.xml"), b);
-        QCOMPARE(tree.getProjectComponents(), (QSet<QString>{"A", QString(), "B", "a"}));
+        fillProject(tree);
+        for (int uid : {10, 11, 20, 30, 31})
+            tree.getBlock(uid)->componentUid = uid % 2 ? "A" : uid < 30 ? "B" : "a";
         // Without objects lacking a component, the empty text is not in the set.
-        a->scadaObjects.at(1)->componentUid = QStringLiteral("B");
         QCOMPARE(tree.getProjectComponents(), (QSet<QString>{"A", "B", "a"}));
+        tree.getBlock(20)->componentUid.clear();
+        QCOMPARE(tree.getProjectComponents(), (QSet<QString>{"A", QString(), "B", "a"}));
     }
 
     void requestUniqueId_data()

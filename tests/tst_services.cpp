@@ -13,6 +13,8 @@
 #include <QTemporaryDir>
 #include <QTextEdit>
 
+#include <memory>
+
 namespace {
 
 QString iniPath() { return QDir::currentPath() + QLatin1String("/halvex.ini"); }
@@ -127,14 +129,12 @@ private slots:
         QVERIFY(arg.at(0).isEmpty() || copyFixture("settings/" + arg.at(0), iniPath()));
         const QByteArray before = readAll(iniPath());
         ProgramSettings *settings = ProgramSettings::instance();
-        QCOMPARE(ProgramSettings::instance(), settings);
         QString transcript = getters(settings);
         QVERIFY(QDir(QDir::homePath() + QLatin1String("/OrvideLibrary")).exists());
         // The current project's library folder is never written; nothing is until a change.
         settings->setCurrentProjectLibDir(QStringLiteral("/projects/p1/lib"));
         QCoreApplication::sendPostedEvents();   // QSettings writes once back in the event loop
         QCOMPARE(readAll(iniPath()), before);
-        QCOMPARE(QFile::exists(iniPath()), !arg.at(0).isEmpty());
         // Every setter writes every key: the file is removed before each but the first.
         bool first = true;
         for (const Setter &setter : Setters) {
@@ -210,23 +210,19 @@ private slots:
                  "T Debug: by constructor\nT Debug: switched on\n"));
     }
 
-    void libraryNeitherFile()
+    void libraryEmpty()
     {
-        // A library inside the program's own folder is not the standard library.
+        // Argument: the standard library|the user library|how many cannot be opened. A library
+        // inside the program's own folder is not the standard library.
+        const QStringList arg = qEnvironmentVariable("TIRREL_SCENARIO_ARG").split('|');
         const QString own = QCoreApplication::applicationDirPath() + QLatin1String("/scdLib");
         QVERIFY(QDir().mkpath(own) && copyFixture("library/objlib.xml", own + "/objlib.xml"));
-        startEngine(2);
+        QVERIFY(placeLibraries(arg.at(0), arg.at(1)));
+        startEngine(arg.at(2).toInt());
         QCOMPARE(ScadaEngine::instance()->getLibPath() + ScadaEngine::instance()->getUserLibPath(),
                  QDir::cleanPath(QFileInfo(standardLibrary()).path()) + "/" + userFolder() + "/");
         QVERIFY(ScadaEngine::instance()->getLibObjects()->isEmpty());
         QVERIFY(QFileInfo(imagesFolder()).isDir());
-    }
-
-    void libraryMalformedAndEmptyFiles()
-    {
-        QVERIFY(placeLibraries("malformed.xml", "no-objects.xml"));
-        startEngine(0);
-        QVERIFY(ScadaEngine::instance()->getLibObjects()->isEmpty());
     }
 
     void libraryUnreadableFiles()
@@ -246,10 +242,7 @@ private slots:
     void libraryTwoAdditions()
     {
         QVERIFY(placeLibraries("objlib.xml", "userlib.xml"));
-        const QString from = QDir::currentPath();
-        QVERIFY(QDir().mkpath(from + "/one") && QDir().mkpath(from + "/two"));
-        QVERIFY(writeFile(from + "/one/a.png", "A1") && writeFile(from + "/one/b.png", "B1"));
-        QVERIFY(writeFile(from + "/two/b.png", "B2"));
+        const QString from = QStringLiteral(TIRREL_TEST_DATA "/library/sources");
         startEngine(0);
         ScadaLibObject *mixer = newObject(QStringLiteral("Mixer"), QStringLiteral("Mixers"),
                                           {from + "/one/a.png", from + "/one/b.png"});
@@ -319,13 +312,11 @@ private slots:
         QVERIFY(ScadaEngine::instance()->saveUserLibraryFile({}));
         QCOMPARE(readAll(userLibrary()),
                  readAll(TIRREL_TEST_DATA "/library/empty-user-library.xml"));
-        ScadaLibObject object;
-        object.name = QStringLiteral("n");
-        object.objectCategory = QStringLiteral("c");
-        object.objectUID = -3;
-        object.images = QStringList({"images/a.png", "/abs/path/b.png", "plain.png"});
-        object.rtuID = 9;
-        QVERIFY(ScadaEngine::instance()->saveUserLibraryFile({nullptr, &object}));
+        const std::unique_ptr<ScadaLibObject> object(newObject("n", "c", {"images/a.png",
+                                                               "/abs/path/b.png", "plain.png"}));
+        object->objectUID = -3;
+        object->rtuID = 9;
+        QVERIFY(ScadaEngine::instance()->saveUserLibraryFile({nullptr, object.get()}));
         QCOMPARE(readAll(userLibrary()), readAll(TIRREL_TEST_DATA "/library/saved-object.xml"));
     }
 
@@ -363,8 +354,8 @@ private slots:
         };
         for (const char *name :
              {"logSession", "logOpenErrorCostsOnlyThatMessage", "logSwitchFollowsSettings",
-              "libraryNeitherFile", "libraryMalformedAndEmptyFiles", "libraryUnreadableFiles",
-              "libraryExistingImagesNeverLost", "libraryCatalogueChangedByCaller", "librarySave"})
+              "libraryUnreadableFiles", "libraryExistingImagesNeverLost",
+              "libraryCatalogueChangedByCaller", "librarySave"})
             row(name, {name});
         // The settings file to start from|the setters called|the expected transcript.
         row("settings: no file", {"settings=|setBgColor,setItemColor,setLibdir,setWorkdir,"
@@ -372,6 +363,9 @@ private slots:
         row("settings: every key", {"settings=full.ini|setBgColor|full"});
         row("settings: unparsable values", {"settings=unparsable.ini|setWorkdir|unparsable"});
         row("settings: a change is kept at exit", {"changeWithoutEventLoop", "changeKeptAtExit"});
+        // The standard library|the user library|how many cannot be opened.
+        row("library: neither file", {"libraryEmpty=||2"});
+        row("library: malformed and empty files", {"libraryEmpty=malformed.xml|no-objects.xml|0"});
         row("library: additions survive a restart", {"libraryTwoAdditions", "libraryReload"});
         // Identifiers in the standard library|the ones expected to be issued.
         row("ids: 1 to 5", {"libraryIdentifiers=1,2,3,4,5|0,6"});
@@ -387,9 +381,9 @@ private slots:
         QVERIFY(root.isValid());
         for (const QString &step : steps) {
             const QString name = step.section('=', 0, 0);
-            const ScenarioRun run = runScenario(name, root.path(), name.startsWith("library"),
+            const QString failed = runScenario(name, root.path(), name.startsWith("library"),
                                                 step.section('=', 1));
-            QVERIFY2(run.exitCode == 0, qPrintable(step + QLatin1String(": ") + run.output));
+            QVERIFY2(failed.isEmpty(), qPrintable(step + QLatin1String(": ") + failed));
         }
         // A scenario never writes outside its own home and working directory.
         QVERIFY(!QFile::exists(iniPath()));
@@ -420,7 +414,6 @@ private slots:
     void debuggerWin()
     {
         QPointer<DebuggerWin> dialog = DebuggerWin::instance();
-        QCOMPARE(DebuggerWin::instance(), dialog.data());
         QVERIFY(!dialog->isVisible() && !dialog->isModal() && !dialog->parentWidget());
         auto *text = dialog->findChild<QTextEdit *>("textEdit_out");
         dialog->write(QStringLiteral("a"));
@@ -436,7 +429,6 @@ private slots:
         QCOMPARE(DebuggerWin::instance(), dialog.data());
         dialog->write(QStringLiteral("d"));
         QCOMPARE(text->toPlainText(), QStringLiteral("a\nb\nc\nd"));
-        QCOMPARE(text->document()->blockCount(), 4);
     }
 };
 

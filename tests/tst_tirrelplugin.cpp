@@ -26,8 +26,8 @@ private slots:
         QCOMPARE(keys.keys(), QStringList({"Category", "Description", "Url", "Vendor"}));
         QCOMPARE(keys.value("Category").toString() + '|' + keys.value("Description").toString(),
                  QStringLiteral("Orvide|Tirrel"));
-        QVERIFY(keys.value("Url").toString().startsWith("https://"));
-        QVERIFY(!keys.value("Vendor").toString().isEmpty());
+        QVERIFY(keys.value("Url").toString().startsWith("https://")
+                && !keys.value("Vendor").toString().isEmpty());
         QObject *object = loader.instance();
         QVERIFY2(qobject_cast<ExtensionSystem::IPlugin *>(object),
                  qPrintable(loader.errorString()));
