@@ -9,35 +9,29 @@
 #include <QList>
 #include <QString>
 
+#include <algorithm>
+
 class RecordProbe
 {
 public:
     // Marks the record (through its base record) and returns it.
     template <class Record>
-    Record *mark(Record *record)
-    {
-        record->base->Name = token(m_tokens.size());
-        m_tokens << record->base->Name;
-        return record;
-    }
+    Record *mark(Record *record) { record->base->Name = next(); return record; }
     // Marks the page through its fileName and returns it.
-    ScaFileData *markPage(ScaFileData *page)
-    {
-        page->pageProperties.fileName = token(m_tokens.size());
-        m_tokens << page->pageProperties.fileName;
-        return page;
-    }
+    ScaFileData *markPage(ScaFileData *page) { page->pageProperties.fileName = next(); return page; }
     int count() const { return m_tokens.size(); }
     // How many of the marked records and pages are still alive.
     int alive() const
     {
-        int n = 0;
-        for (const QString &t : m_tokens)
-            n += t.isDetached() ? 0 : 1;
-        return n;
+        return int(std::count_if(m_tokens.cbegin(), m_tokens.cend(),
+                                 [](const QString &t) { return !t.isDetached(); }));
     }
 
 private:
-    static QString token(int i) { return QStringLiteral("probe-%1").arg(i); }
+    QString next()
+    {
+        m_tokens << QStringLiteral("probe-%1").arg(m_tokens.size());
+        return m_tokens.last();
+    }
     QList<QString> m_tokens;
 };

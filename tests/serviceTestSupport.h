@@ -5,29 +5,13 @@
 // singletons live once per process).
 
 #include <QApplication>
-#include <QDir>
-#include <QFile>
 #include <QMessageBox>
 #include <QProcess>
 #include <QPushButton>
-#include <QRegularExpression>
-#include <QTimer>
 #include <QtTest>
 
-// A message box as it was when it was closed.
-struct SeenBox
-{
-    QString title;
-    QString text;
-    QString informativeText;
-    QMessageBox::Icon icon = QMessageBox::NoIcon;
-    QMessageBox::StandardButtons buttons;
-    QWidget *parent = nullptr;
-    bool modal = false;
-    int visibleBoxes = 0;   // message boxes visible at that moment, this one included
-};
-
-// Records and closes (with OK) every message box shown while it lives.
+// Records and closes (with OK) every message box shown while it lives. Each box is recorded as
+// "visible boxes|title|text|informative text|icon|buttons|parent or none|modal or modeless".
 class BoxCloser : public QObject
 {
 public:
@@ -37,28 +21,22 @@ public:
         m_timer.start(0);
     }
 
-    QList<SeenBox> boxes;
+    QStringList boxes;
 
 private:
     void closeVisibleBoxes()
     {
         QList<QMessageBox *> visible;
-        const auto widgets = QApplication::topLevelWidgets();
-        for (QWidget *widget : widgets) {
+        for (QWidget *widget : QApplication::topLevelWidgets()) {
             if (auto *box = qobject_cast<QMessageBox *>(widget); box && box->isVisible())
                 visible << box;
         }
         for (QMessageBox *box : qAsConst(visible)) {
-            SeenBox seen;
-            seen.title = box->windowTitle();
-            seen.text = box->text();
-            seen.informativeText = box->informativeText();
-            seen.icon = box->icon();
-            seen.buttons = box->standardButtons();
-            seen.parent = box->parentWidget();
-            seen.modal = box->isModal();
-            seen.visibleBoxes = visible.size();
-            boxes << seen;
+            boxes << QStringLiteral("%1|%2|%3|%4|%5|%6|%7|%8").arg(visible.size())
+                         .arg(box->windowTitle(), box->text(), box->informativeText())
+                         .arg(int(box->icon())).arg(int(box->standardButtons()))
+                         .arg(QLatin1String(box->parentWidget() ? "parent" : "none"),
+                              QLatin1String(box->isModal() ? "modal" : "modeless"));
             if (QAbstractButton *ok = box->button(QMessageBox::Ok))
                 ok->click();
             else
@@ -69,20 +47,25 @@ private:
     QTimer m_timer;
 };
 
-// Message boxes still alive as top-level widgets (a box that was not deleted shows up here).
-inline int messageBoxesAlive()
+// No message box is left as a top-level widget (a box that was not deleted shows up there).
+inline bool noMessageBoxLeft()
 {
-    int count = 0;
-    const auto widgets = QApplication::topLevelWidgets();
-    for (QWidget *widget : widgets)
-        count += qobject_cast<QMessageBox *>(widget) ? 1 : 0;
-    return count;
+    for (QWidget *widget : QApplication::topLevelWidgets()) {
+        if (qobject_cast<QMessageBox *>(widget))
+            return false;
+    }
+    return true;
 }
 
 inline QByteArray readAll(const QString &path)
 {
     QFile file(path);
     return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
+}
+
+inline QString fixtureText(const QString &fixture)
+{
+    return QString::fromUtf8(readAll(QStringLiteral(TIRREL_TEST_DATA "/") + fixture));
 }
 
 inline bool writeFile(const QString &path, const QByteArray &content)
@@ -94,42 +77,28 @@ inline bool writeFile(const QString &path, const QByteArray &content)
 
 inline bool copyFixture(const QString &fixture, const QString &destination)
 {
-    const QString source = QStringLiteral(TIRREL_TEST_DATA "/") + fixture;
     QFile::remove(destination);
-    return QFile::copy(source, destination)
+    return QFile::copy(QStringLiteral(TIRREL_TEST_DATA "/") + fixture, destination)
             && QFile::setPermissions(destination, QFileDevice::ReadOwner | QFileDevice::WriteOwner);
 }
-
-struct ScenarioRun
-{
-    int exitCode = -1;
-    QString output;
-};
 
 // Runs the scenario slot `scenario` of this test program in a process of its own, with the home
 // directory root/home and the working directory root/work (both created here). `argument` is
 // handed to the scenario through TIRREL_SCENARIO_ARG. With ownProgramFolder, the program is
 // copied to root/bin and run from there, so that whatever it looks for beside its own folder is
-// in root.
-inline ScenarioRun runScenario(const QString &scenario, const QString &root,
+// in root. Returns nothing if the scenario passed, else its output.
+inline QString runScenario(const QString &scenario, const QString &root,
                                bool ownProgramFolder = false, const QString &argument = QString())
 {
-    ScenarioRun run;
     QDir().mkpath(root + QLatin1String("/home"));
     QDir().mkpath(root + QLatin1String("/work"));
     QString program = QCoreApplication::applicationFilePath();
     if (ownProgramFolder) {
         const QString copy = root + QLatin1String("/bin/") + QFileInfo(program).fileName();
-        if (!QFile::exists(copy)) {
-            QDir().mkpath(root + QLatin1String("/bin"));
-            if (!QFile::copy(program, copy)) {
-                run.output = QStringLiteral("cannot copy the test program to ") + copy;
-                return run;
-            }
-        }
+        QDir().mkpath(root + QLatin1String("/bin"));
+        QFile::copy(program, copy);   // made by the first step in this root
         program = copy;
     }
-
     QProcess process;
     QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
     environment.insert(QStringLiteral("HOME"), root + QLatin1String("/home"));
@@ -139,20 +108,10 @@ inline ScenarioRun runScenario(const QString &scenario, const QString &root,
     process.setProcessChannelMode(QProcess::MergedChannels);
     process.start(program, {QStringLiteral("--scenario"), scenario});
     // A generous guard against a scenario stuck in a modal box; not a measurement.
-    if (!process.waitForFinished(240000)) {
-        process.kill();
-        process.waitForFinished();
-        run.output = QStringLiteral("scenario did not finish\n");
-    }
-    run.output += QString::fromLocal8Bit(process.readAll());
-    if (process.exitStatus() == QProcess::NormalExit)
-        run.exitCode = process.exitCode();
-    return run;
-}
-
-inline QString scenarioArgument()
-{
-    return qEnvironmentVariable("TIRREL_SCENARIO_ARG");
+    if (!process.waitForFinished(240000))
+        return QStringLiteral("did not finish: ") + QString::fromLocal8Bit(process.readAll());
+    const bool passed = process.exitStatus() == QProcess::NormalExit && process.exitCode() == 0;
+    return passed ? QString() : QString::fromLocal8Bit(process.readAll());
 }
 
 // main() of a test program whose scenarios run in processes of their own: "--scenario <name>"
@@ -161,11 +120,9 @@ inline QString scenarioArgument()
     int main(int argc, char *argv[])                                                           \
     {                                                                                          \
         QApplication app(argc, argv);                                                          \
-        app.setAttribute(Qt::AA_Use96Dpi, true);                                               \
-        const QStringList arguments = app.arguments();                                         \
-        if (arguments.size() == 3 && arguments.at(1) == QLatin1String("--scenario")) {         \
+        if (argc == 3 && qstrcmp(argv[1], "--scenario") == 0) {                                \
             ScenarioClass scenarios;                                                           \
-            return QTest::qExec(&scenarios, QStringList{arguments.at(0), arguments.at(2)});    \
+            return QTest::qExec(&scenarios, QStringList{argv[0], argv[2]});                    \
         }                                                                                      \
         TestClass tc;                                                                          \
         QTEST_SET_MAIN_SOURCE_PATH                                                             \
