@@ -43,7 +43,7 @@ PageFinding_t::Kind whyNotConverted(const QString &text, XmlAudit::Type type)
         return PageFinding_t::OutOfRange;
     const double value = text.toDouble();
     double low = std::numeric_limits<qint64>::min();
-    double high = std::numeric_limits<qint64>::max();
+    double high = double(std::numeric_limits<qint64>::max()); // 2^63: the nearest double
     if (type == XmlAudit::Int) {
         low = std::numeric_limits<int>::min();
         high = std::numeric_limits<int>::max();
