@@ -13,6 +13,7 @@
 #include <scadaEngine_p.h>
 #include <tgchFileProcessor.h>
 
+#include <QRegularExpression>
 #include <QStandardItemModel>
 #include <QTemporaryDir>
 
@@ -135,6 +136,18 @@ QPair<int, QString> runSave(const QString &writer, const QString &home, qint64 l
     QProcess child;
     QProcessEnvironment env = QProcessEnvironment::systemEnvironment();
     env.insert(QStringLiteral("HOME"), home);
+    // A child that runs as the user nobody may not read LeakSanitizer's suppressions file in a
+    // private checkout (and then fails at exit): it reads a copy in its home folder.
+    static const QRegularExpression suppressions(QStringLiteral("suppressions=([^:]+)"));
+    QString lsan = env.value(QStringLiteral("LSAN_OPTIONS"));
+    const QRegularExpressionMatch file = suppressions.match(lsan);
+    if (dropRoot && file.hasMatch()) {
+        const QString copy = home + QLatin1String("/lsan.supp");
+        QFile::copy(file.captured(1), copy);
+        QFile::setPermissions(copy, QFile::permissions(copy) | QFileDevice::ReadOther);
+        env.insert(QStringLiteral("LSAN_OPTIONS"),
+                   lsan.replace(file.capturedStart(1), file.capturedLength(1), copy));
+    }
     child.setProcessEnvironment(env);
     child.setProcessChannelMode(QProcess::ForwardedErrorChannel);
     child.start(QCoreApplication::applicationFilePath(),
