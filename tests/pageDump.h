@@ -175,10 +175,12 @@ inline bool writeFile(const QString &path, const QByteArray &bytes)
     return file.open(QIODevice::WriteOnly) && file.write(bytes) == bytes.size();
 }
 
+#ifdef TIRREL_TEST_DATA // the tests' fixtures; the fuzz harnesses share the rest of this header
 inline QString fixture(const QString &name)
 {
     return QStringLiteral(TIRREL_TEST_DATA "/pages/") + name;
 }
+#endif
 
 // The page of a file holding the given items ("Item" elements).
 inline ScaFileData *loadItems(const QByteArray &items)
